@@ -1,0 +1,298 @@
+#pragma once
+// Tarnix: image sensor and ISP control for one camera channel.
+//
+// A host creates one ISensorController per channel, calls setChannelID,
+// optionally setVideoStreamModule, then init; it reads and sets parameters
+// while the controller's "SensorThread" switches schemes; finally uinit.
+#include <atomic>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "config/DnaStyle.h"
+#include "config/FactoryDefaults.h"
+#include "config/SensorKeyVal.h"
+#include "config/StyleXml.h"
+#include "config/sensor.h"
+#include "controller/PXRuntimeError.h"
+#include "controller/SensorDebug.h"
+#include "controller/SensorTypes.h"
+#include "controller/function.h"
+#include "engine/KeyValText.h"
+#include "platform/GThread.h"
+#include "platform/MachineInfo.h"
+#include "platform/ModuleConfigure.h"
+#include "platform/PXMutex.h"
+#include "platform/SensorZoomFocusParam.h"
+#include "platform/VideoStreamModule.h"
+#include "platform/ia_ioctrl.h"
+#include "storage/SensorFile.h"
+
+class ISensorControllerTestPeer;
+
+class ISensorController {
+public:
+    // Bits of the status flags byte.
+    enum StatusBit : u8 {
+        FLAG_INITING = 0x01,
+        FLAG_UNINITING = 0x02,
+        FLAG_INITED = 0x04,
+        FLAG_RESETTING = 0x08,
+        FLAG_RESTORING = 0x10,
+        FLAG_SWITCHING = 0x20,
+    };
+    // Bulk-apply mask: initialising, resetting, restoring or switching.
+    static constexpr u8 BULK_APPLY_MASK = 0x39;
+    // Busy flags that hold back scheme changes: switching, resetting, restoring.
+    static constexpr u8 BUSY_MASK = 0x38;
+
+    ISensorController();
+    virtual ~ISensorController();
+    ISensorController(const ISensorController&) = delete;
+    ISensorController& operator=(const ISensorController&) = delete;
+
+    // ---- controller object ----
+    void setChannelID(int id);
+    int getSensorType();
+    int getSensorStatus();
+    int paramCheck();
+    void printDebugMsg();
+
+    // ---- initialisation and shutdown ----
+    bool init(const ModuleConfigure& p_objModuleConfigure);
+    void uinit();
+
+    // ---- key-command table ----
+    int findFromKeyCmdMap(const keycmd* table, unsigned int key, keycmd& out);
+
+    // ---- parameter cache and apply ----
+    int setKeyValToCache(u32 p_nScheme, u32 p_nKey, u32 p_nValue, bool p_bForce);
+    int getKeyValFromCache(u32 p_nScheme, u32 p_nKey, u32& p_nValue);
+    bool isKeyValSame(const KeyVal& p_stKeyVal);
+    int setParameters(KeyVal* p_pKeyval, u32 p_nCount, bool p_bCache);
+    bool getParamScheme(int& p_nScheme);
+    bool getParamMode(int& p_nMode);
+
+    // ---- single parameter access ----
+    int setParameter(int p_nKey, int p_nVal, bool p_bCache);
+    bool getParameter(int p_nKey, int& p_nVal);
+    bool getDNMode(int& v);
+    bool setDNMode(int v);
+    bool getWDRSwitch(int& v);
+    bool setWDRSwitch(int& v);
+    bool getWDRStrength(int& v);
+    bool setWDRStrength(int& v);
+    bool getHLCSwitch(int& v);
+    bool setHLCSwitch(int& v);
+    bool getHLCStrength(int& v);
+    bool setHLCStrength(int& v);
+    bool getBLCSwitch(int& v);
+    bool setBLCSwitch(int& v);
+    bool getBLCStrength(int& v);
+    bool setBLCStrength(int& v);
+    bool getDefogSwitch(int& v);
+    bool setDefogSwitch(int& v);
+    bool getDefogStrength(int& v);
+    bool setDefogStrength(int& v);
+    bool get2DSwitch(int& v);
+    bool set2DSwitch(int& v);
+    bool get2DMode(int& v);
+    bool set2DMode(int& v);
+    bool get2DAutoMaxStrength(int& v);
+    bool set2DAutoMaxStrength(int& v);
+    bool get2DManualMaxStrength(int& v);
+    bool set2DManualMaxStrength(int& v);
+    bool get3DSwitch(int& v);
+    bool set3DSwitch(int& v);
+    bool get3DMode(int& v);
+    bool set3DMode(int& v);
+    bool get3DAutoMaxStrength(int& v);
+    bool set3DAutoMaxStrength(int& v);
+    bool get3DManualMaxStrength(int& v);
+    bool set3DManualMaxStrength(int& v);
+    bool getBeaway(int& v);
+    bool setBeaway(int& v);
+    bool getMirrorValue(int& v);
+    void setShowWDRFalg(bool show);
+    bool getShowWDRFalg(bool& show);
+    void setShowBeawayFalg(bool show);
+    bool getShowBeawayFalg(bool& show);
+    bool getSensorZoomFocusParam(SensorZoomFocusParam& param);
+    bool setSensorZoomFocusParam(SensorZoomFocusParam& param);
+
+    // ---- parameter text API ----
+    int setParameters(const std::string& p_strParameters, bool p_bCache);
+    bool getParameters(const std::string& p_strIds, std::string& p_strOut);
+    bool getAllParameters(std::string& p_strOut);
+
+    // ---- restore, reset and flush ----
+    int restore(int p_nKey);
+    bool restoreAeMode();
+    bool resetToLastParameters();
+    bool resetParameters();
+    int flush();
+    bool setMirrorMode(int p_nMode);
+
+    // ---- ISP gateway and key handlers ----
+    int doIaCmd(unsigned int p_nCmd, unsigned int p_nOpt, void* p_pVal);
+    int doIaCmdShutter(unsigned int p_nCmd, unsigned int p_nOpt, void* p_pVal);
+    int doIaCmd_User(unsigned int p_nCmd, unsigned int p_nOpt, void* p_pVal);
+    int doIoCrtl(unsigned int p_nCmd, unsigned int p_nOpt, void* p_pVal);
+    int test_debugParam(unsigned int p_nCmd, unsigned int p_nOpt, void* p_pVal);
+    int notifyToVideo(int p_nKey, int p_nVal);
+    void setVideoStreamModule(const VideoStreamModule* p_pModule);
+
+    // ---- composite image handlers ----
+    int doHwdr(unsigned int p_nKey, unsigned int p_nDir, void* p_pVal);
+    int doImageAdjust(unsigned int p_nKey, unsigned int p_nDir, void* p_pVal);
+    int doDIS(unsigned int p_nKey, unsigned int p_nDir, void* p_pVal);
+    int doIaCmd_PanoTuning(unsigned int p_nKey, unsigned int p_nDir, void* p_pVal);
+    int doMirror(unsigned int p_nKey, unsigned int p_nDir, void* p_pVal);
+    int doBeaway(unsigned int p_nKey, unsigned int p_nDir, void* p_pVal);
+    int doFisheyeRotate(unsigned int p_nKey, unsigned int p_nDir, void* p_pVal);
+
+    // ---- lens, iris and light ----
+    bool zoomIn();
+    bool zoomOut();
+    bool setZoomValue(int v);
+    bool getZoomValue(int& pos, int& ratio);
+    bool setPTZRunState(int v);
+    bool setFocusValue(int v);
+    bool getFocusValue(int& v);
+    bool setFocusMode(int v);
+    bool getFocusMode(int& v);
+    bool getFocus(int& v);
+    bool getAFStatistic(unsigned int& v);
+    bool focusFar();
+    bool focusNear();
+    bool irisUp();
+    bool irisDown();
+    bool setIrisValue(int v);
+    bool getIrisValue(int& v);
+    bool setDNState(int v);
+    bool getDNState(int& v);
+    bool getWDR(int& v);
+    bool setExposureStrategy(int& v);
+    bool getCmdExecStatus(int cmd, int& status);
+    bool setIRSwitch(int v);
+    bool getIRSwitch(int& v);
+    bool setWhiteSwitch(int v);
+    bool getWhiteSwitch(int& v);
+    bool setWhiteMode(int v);
+    bool getWhiteMode(int& v);
+    bool setLightType(int v);
+    bool getLightType(int& v);
+    bool getHeatStatus(bool& v);
+    bool getTempValue(int& v);
+    bool setIrLedInfo(void* info);
+    bool getAutoExposureInfo(int& a, int& b, int& c);
+    bool getCameraVerInf(std::string& s);
+
+    // ---- shutter stepping and range query ----
+    bool getShutterValue(int& index);
+    bool setShutterValue(int index);
+    bool shutterUp();
+    bool shutterDown();
+    bool getSensorParamRange(int cmd, int& defaultValue, std::string& range);
+
+    // ---- field-of-view sync ----
+    bool sync_fov();
+
+    // ---- schemes ----
+    int judgeCurScheme(int& nScheme, int& nSchedule);
+    int switch_to(int nScheme, bool bForce = false);
+    int LPR_switch_to(int nScheme);
+    bool setParamScheme(int p_nScheme);
+    bool setParamMode(int p_nMode);
+    int getParamSchemeTime(int key);
+    int doDNThr(unsigned int cmd, unsigned int opt, void* value);
+    int doDNTime(unsigned int cmd, unsigned int opt, void* value);
+
+    // ---- sensor thread ----
+    int sensorThread();
+    int SensorCheck(std::string& str);
+
+    // ---- UI files ----
+    std::string getUIStyleFile();
+    std::string getUICommonFile(int id);
+    std::string getUILanguageFile(int id);
+
+    // Process-wide pending cross-channel action (field-of-view sync).
+    static std::atomic<int> m_nChanneldDosomething;
+    static std::atomic<int> m_nPassKeycmd;
+
+private:
+    friend class ISensorControllerTestPeer;
+
+    // Status flag helpers (the flags byte is shared with the sensor thread).
+    bool testFlag(u8 bits) const { return (m_nStatusFlags.load() & bits) != 0; }
+    void setFlag(u8 bits, bool on) {
+        if (on) {
+            m_nStatusFlags.fetch_or(bits);
+        } else {
+            m_nStatusFlags.fetch_and(static_cast<u8>(~bits));
+        }
+    }
+    bool isBusy() const { return testFlag(BUSY_MASK); }
+
+    // Builds the key-command table (rows 0 to 165).
+    void initKeyCmdMap();
+    // Scheme file name of scheme s for this channel.
+    std::string schemeFileName(u32 p_nScheme) const;
+    // Makes sure m_pstKeyValTmp holds at least n records.
+    void reserveKeyValTmp(u32 n);
+    // The pass body of the sensor thread, run with the apply gate held.
+    void sensorPass();
+
+    SysConfig m_stSysConf;
+    int m_nCameraID;
+    PXMutex m_paramMutex;
+    GThread* m_pSensorThread;
+    std::atomic<int> m_nLastScheme;
+    std::atomic<int> m_nCurScheme;
+    std::atomic<int> m_nMode;
+    KeyVal** m_ppUserKeyVal;
+    KeyVal* m_pstKeyValText;
+    KeyVal* m_pFctKeyVal;
+    u32 m_nKeyValSum;
+    KeyVal* m_pstKeyValTmp;
+    u32 m_nKeyValTmpCap; // records m_pstKeyValTmp can hold
+    keycmd* m_pKeyCmdMap;
+    u32 m_nVersion;
+    std::atomic<const VideoStreamModule*> m_pVideoStreamModule;
+    MachineInfo m_objMachineInfo;
+    std::atomic<u8> m_nStatusFlags;
+    u32 m_nKeyCmdSum;
+    u32 m_nLastDNState;
+    bool m_bLprMode;
+    std::atomic<bool> m_bShowWDRFalg;
+    std::atomic<bool> m_bTimeScheme;
+    std::atomic<bool> m_bDNScheme;
+    bool m_bisLimitedIrPower;
+    bool m_bHasLens;
+    std::atomic<bool> m_bShutterResetPass;
+    bool m_bThermal;
+    std::atomic<bool> m_bShowLDCFlag;
+    SensorZoomFocusParam m_stZoomFocusParam;
+    mutable std::mutex m_zoomFocusMutex; // guards m_stZoomFocusParam only
+    u32 m_nLastSchedule;
+    KeyVal* m_pstKeyValLpr;
+    KeyVal* m_pKeyValBlock; // the one allocation behind m_ppUserKeyVal
+
+    // Module identity kept from the last init, for resetParameters.
+    int m_nModuleId;
+    std::string m_strModuleDetail;
+    std::string m_strModuleParameters;
+
+    // Apply gate: held by every host operation together with m_paramMutex and
+    // by the sensor thread while it changes schemes. The thread only ever
+    // tries it, so it never blocks on a host; recursive so that init's own
+    // synchronous pass and resetParameters' inner init may take it again.
+    std::recursive_mutex m_applyGate;
+};
+
+// Takes m_paramMutex and the apply gate for the rest of the scope.
+#define SENSOR_PARAM_LOCK()                                                  \
+    m_paramMutex.Lock("ISensorController.cpp", __LINE__);                    \
+    PXMutexManager objParamLockGuard(&m_paramMutex, "ISensorController.cpp", __LINE__); \
+    std::lock_guard<std::recursive_mutex> objApplyGateGuard(m_applyGate)

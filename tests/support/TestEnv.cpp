@@ -1,0 +1,216 @@
+#include "support/TestEnv.h"
+
+#include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include "config/sensor.h"
+#include "controller/ISensorController.h"
+#include "controller/SensorDebug.h"
+
+namespace tarnix_test {
+
+namespace {
+void makeDirs(const std::string& hostDir) {
+    std::string partial;
+    std::stringstream ss(hostDir);
+    std::string piece;
+    if (!hostDir.empty() && hostDir[0] == '/') {
+        partial = "/";
+    }
+    while (std::getline(ss, piece, '/')) {
+        if (piece.empty()) {
+            continue;
+        }
+        partial += piece + "/";
+        ::mkdir(partial.c_str(), 0755);
+    }
+}
+
+std::string parentOf(const std::string& path) {
+    size_t pos = path.rfind('/');
+    return pos == std::string::npos ? std::string(".") : path.substr(0, pos);
+}
+
+void copyTree(const std::string& from, const std::string& to) {
+    makeDirs(to);
+    DIR* dir = ::opendir(from.c_str());
+    if (dir == nullptr) {
+        return;
+    }
+    while (dirent* entry = ::readdir(dir)) {
+        std::string name = entry->d_name;
+        if (name == "." || name == "..") {
+            continue;
+        }
+        std::string src = from + "/" + name;
+        std::string dst = to + "/" + name;
+        struct stat st;
+        if (::stat(src.c_str(), &st) != 0) {
+            continue;
+        }
+        if (S_ISDIR(st.st_mode)) {
+            copyTree(src, dst);
+        } else {
+            std::ifstream in(src, std::ios::binary);
+            std::ofstream out(dst, std::ios::binary | std::ios::trunc);
+            out << in.rdbuf();
+        }
+    }
+    ::closedir(dir);
+}
+} // namespace
+
+void removeTree(const std::string& hostDir) {
+    DIR* dir = ::opendir(hostDir.c_str());
+    if (dir == nullptr) {
+        ::unlink(hostDir.c_str());
+        return;
+    }
+    while (dirent* entry = ::readdir(dir)) {
+        std::string name = entry->d_name;
+        if (name == "." || name == "..") {
+            continue;
+        }
+        std::string path = hostDir + "/" + name;
+        struct stat st;
+        if (::lstat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
+            removeTree(path);
+        } else {
+            ::unlink(path.c_str());
+        }
+    }
+    ::closedir(dir);
+    ::rmdir(hostDir.c_str());
+}
+
+std::string readHostFile(const std::string& hostPath) {
+    std::ifstream in(hostPath, std::ios::binary);
+    std::stringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+}
+
+size_t countOccurrences(const std::string& text, const std::string& needle) {
+    if (needle.empty()) {
+        return 0;
+    }
+    size_t count = 0;
+    for (size_t pos = text.find(needle); pos != std::string::npos; pos = text.find(needle, pos + needle.size())) {
+        ++count;
+    }
+    return count;
+}
+
+std::vector<ispsim::Call> callsWithOpt(unsigned int opt) {
+    std::vector<ispsim::Call> out;
+    for (const auto& call : ispsim::calls()) {
+        if (call.opt == opt) {
+            out.push_back(call);
+        }
+    }
+    return out;
+}
+
+std::vector<unsigned int> setCommands() {
+    std::vector<unsigned int> out;
+    for (const auto& call : callsWithOpt(0)) {
+        out.push_back(call.cmd);
+    }
+    return out;
+}
+
+void TarnixTest::SetUp() {
+    const char* base = std::getenv("TMPDIR");
+    std::string templ = std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/tarnix-root-XXXXXX";
+    std::vector<char> buffer(templ.begin(), templ.end());
+    buffer.push_back('\0');
+    char* made = ::mkdtemp(buffer.data());
+    ASSERT_NE(made, nullptr);
+    m_strRoot = made;
+    platform::setRoot(m_strRoot);
+    platform::setTimeScale(0.001);
+    platform::clearClock();
+    ispsim::reset();
+    g_nDebugLevel = 1;
+    g_bEnAssert = false;
+    setshowBeawayFalg(true);
+    setshowFisheyeRotateFlag(true);
+    ISensorController::m_nChanneldDosomething = -1;
+    ISensorController::m_nPassKeycmd = -1;
+}
+
+void TarnixTest::TearDown() {
+    if (m_bCapturing) {
+        capturedStdout();
+    }
+    platform::setRoot("");
+    platform::clearClock();
+    if (!m_strRoot.empty() && std::getenv("TARNIX_KEEP_ROOT") == nullptr) {
+        removeTree(m_strRoot);
+    }
+}
+
+std::string TarnixTest::hostPath(const std::string& devicePath) const {
+    if (!devicePath.empty() && devicePath[0] == '/') {
+        return m_strRoot + devicePath;
+    }
+    return m_strRoot + "/" + devicePath;
+}
+
+void TarnixTest::writeFile(const std::string& devicePath, const std::string& content) const {
+    std::string path = hostPath(devicePath);
+    makeDirs(parentOf(path));
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out << content;
+}
+
+void TarnixTest::writeBytes(const std::string& devicePath, const std::vector<unsigned char>& bytes) const {
+    writeFile(devicePath, std::string(bytes.begin(), bytes.end()));
+}
+
+std::string TarnixTest::readFile(const std::string& devicePath) const { return readHostFile(hostPath(devicePath)); }
+
+bool TarnixTest::fileExists(const std::string& devicePath) const {
+    struct stat st;
+    return ::stat(hostPath(devicePath).c_str(), &st) == 0;
+}
+
+void TarnixTest::makeDir(const std::string& devicePath) const { makeDirs(hostPath(devicePath)); }
+
+void TarnixTest::removeFile(const std::string& devicePath) const { ::unlink(hostPath(devicePath).c_str()); }
+
+void TarnixTest::setDebugMarker(const std::string& line1, const std::string& line2) const {
+    writeFile("/tmp/Debug.sign", line1 + "\n" + line2 + "\n");
+}
+
+std::string TarnixTest::errorLog() const { return readFile("/mnt/mtd/log/SensorError.log"); }
+
+void TarnixTest::installDeviceTree(const std::string& model) const {
+    std::string src = std::string(TARNIX_DEVICES_DIR) + "/" + model;
+    copyTree(src, m_strRoot);
+    std::string profile = m_strRoot + "/isp/profile.conf";
+    struct stat st;
+    if (::stat(profile.c_str(), &st) == 0) {
+        ispsim::loadProfile(profile);
+    }
+}
+
+void TarnixTest::captureStdout() {
+    std::fflush(stdout);
+    ::testing::internal::CaptureStdout();
+    m_bCapturing = true;
+}
+
+std::string TarnixTest::capturedStdout() {
+    std::fflush(stdout);
+    m_bCapturing = false;
+    return ::testing::internal::GetCapturedStdout();
+}
+
+} // namespace tarnix_test
