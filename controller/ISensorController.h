@@ -235,6 +235,13 @@ private:
     }
     bool isBusy() const { return testFlag(BUSY_MASK); }
 
+    // Row of scheme p_nScheme (the factory row is nSchemeSum), or null when the
+    // cache is not allocated or the index lies beyond the factory row.
+    KeyVal* schemeRow(u32 p_nScheme) const {
+        return (m_ppUserKeyVal != nullptr && p_nScheme <= m_stSysConf.nSchemeSum) ? m_ppUserKeyVal[p_nScheme]
+                                                                                    : nullptr;
+    }
+
     // Builds the key-command table (rows 0 to 165).
     void initKeyCmdMap();
     // Scheme file name of scheme s for this channel.

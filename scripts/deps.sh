@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# Installs the Debian packages the build needs, if any is missing.
+# Usage: scripts/deps.sh [base|test|cross|fuzz|all]...
+set -euo pipefail
+
+want=()
+for group in "${@:-base}"; do
+    case "$group" in
+        base) want+=(g++ cmake make libtinyxml-dev) ;;
+        test) want+=(g++ cmake make libtinyxml-dev libgtest-dev libgmock-dev libbenchmark-dev) ;;
+        cross) want+=(g++-aarch64-linux-gnu qemu-user libtinyxml-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64) ;;
+        fuzz) want+=(clang libclang-rt-dev) ;;
+        all) want+=(g++ cmake make libtinyxml-dev libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-dev
+                    g++-aarch64-linux-gnu qemu-user libtinyxml-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64) ;;
+        *) echo "deps.sh: unknown group '$group'" >&2; exit 2 ;;
+    esac
+done
+
+missing=()
+need_arm64=0
+for pkg in "${want[@]}"; do
+    if ! dpkg-query -W -f='${Status}' "$pkg" 2>/dev/null | grep -q "install ok installed"; then
+        missing+=("$pkg")
+        [[ "$pkg" == *:arm64 ]] && need_arm64=1
+    fi
+done
+[[ ${#missing[@]} -eq 0 ]] && exit 0
+
+SUDO=""
+if [[ $(id -u) -ne 0 ]]; then SUDO="sudo"; fi
+if [[ $need_arm64 -eq 1 ]] && ! dpkg --print-foreign-architectures | grep -qx arm64; then
+    $SUDO dpkg --add-architecture arm64
+fi
+echo "deps.sh: installing ${missing[*]}"
+$SUDO apt-get update -qq
+DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
