@@ -37,4 +37,5 @@ public:
     static KeyVal*& keyValLpr(C& c) { return c.m_pstKeyValLpr; }
     static void buildKeyCmdMap(C& c) { c.initKeyCmdMap(); }
     static std::string schemeFileName(C& c, u32 s) { return c.schemeFileName(s); }
+    static std::recursive_mutex& applyGate(C& c) { return c.m_applyGate; }
 };

@@ -1,0 +1,226 @@
+// Scheme selection and switching: which user scheme the time of day selects,
+// the switch itself (a whole scheme sent through the apply path), the host's
+// requests to force a scheme or to suspend automatic switching, and the two
+// day/night handlers whose ISP records are completed from the current scheme.
+#define SNS_SOURCE_FILE "ISensorController.cpp"
+#include <cstring>
+
+#include "controller/ISensorController.h"
+#include "platform/PXDeviceTime.h"
+#include "platform/QuorvelTime.h"
+
+namespace {
+
+// Positions of the time window inside every scheme row.
+const u32 kEntryStartHour = 1;
+const u32 kEntryStartMin = 2;
+const u32 kEntryEndHour = 3;
+const u32 kEntryEndMin = 4;
+const u32 kWindowEntries = 5; // a row needs entries 0 to 4 to carry a window
+
+const int kKeySchemeStartHour = 8001;
+const int kKeySchemeStartMin = 8002;
+const int kKeySchemeEndHour = 8003;
+const int kKeySchemeEndMin = 8004;
+
+const u32 kKeyDnMode = 144;
+const u32 kKeyDtnThr = 145;
+const u32 kKeyNtdThr = 146;
+const u32 kKeyDtnHour = 149;
+const u32 kKeyDtnMin = 150;
+const u32 kKeyNtdHour = 151;
+const u32 kKeyNtdMin = 152;
+const u32 kKeyDnSensitivity = 154;
+
+// Pause between two looks at the busy flags.
+const long kBusyWaitUsec = 500000;
+
+} // namespace
+
+int ISensorController::judgeCurScheme(int& nScheme, int& nSchedule) {
+    std::lock_guard<std::recursive_mutex> gate(m_applyGate);
+    PXDateTime stNow = PXDeviceTime::getCurrentTime();
+    const u32 nNow = static_cast<u32>(stNow.hour) * 100u + static_cast<u32>(stNow.minute);
+
+    nSchedule = 0;
+    if (m_nKeyValSum >= kWindowEntries) {
+        for (u32 i = 0; i < m_stSysConf.nSchemeSum; ++i) {
+            const KeyVal* pRow = schemeRow(i);
+            if (pRow == nullptr) {
+                break;
+            }
+            // A window never wraps past midnight: start > end matches nothing.
+            const u32 nStart = pRow[kEntryStartHour].value * 100u + pRow[kEntryStartMin].value;
+            const u32 nEnd = pRow[kEntryEndHour].value * 100u + pRow[kEntryEndMin].value;
+            if (nStart <= nNow && nNow < nEnd) {
+                nScheme = static_cast<int>(i);
+                nSchedule = 1;
+                return SNS_SUCCESS;
+            }
+        }
+    }
+    // No window holds the time: scheme 0 is the fallback.
+    nScheme = 0;
+    nSchedule = 0;
+    return SNS_SUCCESS;
+}
+
+int ISensorController::switch_to(int nScheme, bool bForce) {
+    std::lock_guard<std::recursive_mutex> gate(m_applyGate);
+    setFlag(FLAG_SWITCHING, true);
+    m_nLastScheme = m_nCurScheme.load();
+    m_nCurScheme = nScheme;
+
+    // An index without a row (beyond the factory row) becomes current but
+    // has nothing to apply.
+    KeyVal* pRow = schemeRow(static_cast<u32>(nScheme));
+    if (pRow != nullptr) {
+        if (bForce) {
+            // Every entry is sent again, whatever the ISP holds.
+            setParameters(pRow, m_nKeyValSum, false);
+        } else {
+            // Only the entries that differ from the previous scheme are sent.
+            int nRet = setParameters(pRow, m_nKeyValSum, true);
+            SENSOR_ASSERT_T(SNS_SUCCESS == nRet,
+                            "SNS_SUCCESS == setParameters(m_ppUserKeyVal[m_nCurScheme], m_nKeyValSum, true)",
+                            "m_nCurScheme(%d) m_nKeyValSum(%d)\n", m_nCurScheme.load(),
+                            static_cast<int>(m_nKeyValSum));
+        }
+    }
+
+    setFlag(FLAG_SWITCHING, false);
+    // The switch counts as done even when the apply failed: the new index is
+    // already current.
+    return SNS_SUCCESS;
+}
+
+int ISensorController::LPR_switch_to(int nScheme) {
+    std::lock_guard<std::recursive_mutex> gate(m_applyGate);
+    setFlag(FLAG_SWITCHING, true);
+    m_nLastScheme = m_nCurScheme.load();
+    m_nCurScheme = nScheme;
+
+    const KeyVal* pRow = schemeRow(static_cast<u32>(nScheme));
+    if (pRow != nullptr && m_pstKeyValLpr != nullptr && m_nKeyValSum > 0) {
+        // Work on a copy: the day/night mode is forced to 0 for the apply
+        // only, the stored scheme keeps its own value.
+        std::memcpy(m_pstKeyValLpr, pRow, sizeof(KeyVal) * m_nKeyValSum);
+        for (u32 i = 0; i < m_nKeyValSum; ++i) {
+            if (m_pstKeyValLpr[i].key == kKeyDnMode) {
+                m_pstKeyValLpr[i].value = 0;
+                break;
+            }
+        }
+        setParameters(m_pstKeyValLpr, m_nKeyValSum, false);
+    }
+
+    setFlag(FLAG_SWITCHING, false);
+    return SNS_SUCCESS;
+}
+
+bool ISensorController::setParamScheme(int p_nScheme) {
+    SENSOR_PARAM_LOCK();
+    // A bad index is reported but still switched to.
+    SENSOR_ASSERT_T(p_nScheme >= 0 && static_cast<u32>(p_nScheme) <= m_stSysConf.nSchemeSum,
+                    "p_nScheme >= 0 && (u32)p_nScheme <= m_stSysConf.nSchemeSum", "p_nScheme(%d)\n", p_nScheme);
+    while (isBusy()) {
+        QuorvelTime::wait(QuorvelTime(0, kBusyWaitUsec));
+    }
+    return SNS_SUCCESS == switch_to(p_nScheme, false);
+}
+
+bool ISensorController::setParamMode(int p_nMode) {
+    SENSOR_PARAM_LOCK();
+    // Any non-zero mode keeps automatic switching on; an unexpected one is
+    // reported and stored as given.
+    SENSOR_ASSERT_T(static_cast<u32>(p_nMode) <= 1, "0 == p_nMode || 1 == p_nMode", "p_nMode(%d)\n", p_nMode);
+    while (isBusy()) {
+        QuorvelTime::wait(QuorvelTime(0, kBusyWaitUsec));
+    }
+    m_nMode = p_nMode;
+    return true;
+}
+
+int ISensorController::getParamSchemeTime(int key) {
+    u32 nEntry = 0;
+    switch (key) {
+    case kKeySchemeStartHour:
+        nEntry = kEntryStartHour;
+        break;
+    case kKeySchemeStartMin:
+        nEntry = kEntryStartMin;
+        break;
+    case kKeySchemeEndHour:
+        nEntry = kEntryEndHour;
+        break;
+    case kKeySchemeEndMin:
+        nEntry = kEntryEndMin;
+        break;
+    default:
+        return -1;
+    }
+    std::lock_guard<std::recursive_mutex> gate(m_applyGate);
+    const KeyVal* pRow = schemeRow(static_cast<u32>(m_nCurScheme.load()));
+    if (pRow == nullptr || nEntry >= m_nKeyValSum) {
+        return -1;
+    }
+    return static_cast<int>(pRow[nEntry].value);
+}
+
+int ISensorController::doDNThr(unsigned int cmd, unsigned int opt, void* value) {
+    const u32 nCurScheme = static_cast<u32>(m_nCurScheme.load());
+    const u32 nValue = (value != nullptr) ? *static_cast<u32*>(value) : 0;
+
+    // Only the field(s) the key names are filled; the others stay 0.
+    dn_thr_st stThr;
+    std::memset(&stThr, 0, sizeof(stThr));
+    if (cmd == kKeyDtnThr) {
+        stThr.d2n_thr = nValue;
+        getKeyValFromCache(nCurScheme, kKeyNtdThr, stThr.n2d_thr);
+    } else if (cmd == kKeyNtdThr) {
+        getKeyValFromCache(nCurScheme, kKeyDtnThr, stThr.d2n_thr);
+        stThr.n2d_thr = nValue;
+    } else if (cmd == kKeyDnSensitivity) {
+        stThr.dn_sensitivity = nValue;
+    }
+
+    SENSOR_TRACE(TRACE_DBG, "m_nCurScheme(%u) dn_thr_st.d2n_thr(%u) dn_thr_st.n2d_thr(%u)  dn_thr_st.dn_sensitivity(%u)\n",
+                 nCurScheme, stThr.d2n_thr, stThr.n2d_thr, stThr.dn_sensitivity);
+
+    int nRet = doIaCmd(cmd, opt, &stThr);
+    if (testFlag(FLAG_RESTORING)) {
+        // A restore replays stored values; a refused threshold does not stop it.
+        return 0;
+    }
+    return nRet;
+}
+
+int ISensorController::doDNTime(unsigned int cmd, unsigned int opt, void* value) {
+    const u32 nCurScheme = static_cast<u32>(m_nCurScheme.load());
+    const u32 nValue = (value != nullptr) ? *static_cast<u32*>(value) : 0;
+
+    // The ISP takes both switching times at once: the three fields not being
+    // set come from the current scheme.
+    dn_time_st stTime;
+    std::memset(&stTime, 0, sizeof(stTime));
+    getKeyValFromCache(nCurScheme, kKeyDtnHour, stTime.d2n_hour);
+    getKeyValFromCache(nCurScheme, kKeyDtnMin, stTime.d2n_min);
+    getKeyValFromCache(nCurScheme, kKeyNtdHour, stTime.n2d_hour);
+    getKeyValFromCache(nCurScheme, kKeyNtdMin, stTime.n2d_min);
+    if (cmd == kKeyDtnHour) {
+        stTime.d2n_hour = nValue;
+    } else if (cmd == kKeyDtnMin) {
+        stTime.d2n_min = nValue;
+    } else if (cmd == kKeyNtdHour) {
+        stTime.n2d_hour = nValue;
+    } else {
+        stTime.n2d_min = nValue;
+    }
+
+    SENSOR_TRACE(TRACE_DBG,
+                 "m_nCurScheme(%u) dn_time_st.d2n_hour(%u) dn_time_st.d2n_min(%u) dn_time_st.n2d_hour(%u) "
+                 "dn_time_st.n2d_min(%u) \n",
+                 nCurScheme, stTime.d2n_hour, stTime.d2n_min, stTime.n2d_hour, stTime.n2d_min);
+
+    return doIaCmd(cmd, opt, &stTime);
+}
