@@ -12,6 +12,8 @@ bool rename(const std::string& from, const std::string& to);
 bool syncFile(FILE* stream);
 // Flush a directory entry table to storage (after a rename inside it).
 bool syncDir(const std::string& dir);
+// Creates a directory and any missing parents; true when it exists afterwards.
+bool makeDirs(const std::string& dir);
 // The host path that a device path resolves to.
 std::string resolve(const std::string& path);
 } // namespace pxfs

@@ -1,0 +1,6 @@
+// Machine description record.
+#include "platform/MachineInfo.h"
+
+MachineInfo::MachineInfo() : m_nDeviceType(0) {}
+
+MachineInfo::~MachineInfo() {}
