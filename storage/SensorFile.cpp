@@ -120,8 +120,14 @@ int getVersion(u32* version) {
     if (version == nullptr) {
         return -1;
     }
-    int nRet = loadFromFile(SENSOR_VERSION_FILE, version, sizeof(u32));
-    return nRet < 1 ? -1 : 0;
+    // Read into a local so that a short stamp leaves the output untouched.
+    u32 nStored = 0;
+    int nRet = loadFromFile(SENSOR_VERSION_FILE, &nStored, sizeof(u32));
+    if (nRet < 1) {
+        return -1;
+    }
+    *version = nStored;
+    return 0;
 }
 
 int setVersion(u32 version) {

@@ -2,6 +2,8 @@
 // device root.
 #include "platform/PXFile.h"
 
+#include <sys/stat.h>
+
 #include <climits>
 
 #include "platform/PXFileSystem.h"
@@ -65,6 +67,13 @@ bool PXFile::open(const char* path, unsigned char mode) {
     std::string strPath = pxfs::resolve(path);
     m_pFile = std::fopen(strPath.c_str(), szMode);
     if (m_pFile == nullptr) {
+        return false;
+    }
+    // A directory opens for reading on Linux but is no file to read.
+    struct stat st;
+    if (::fstat(::fileno(m_pFile), &st) == 0 && S_ISDIR(st.st_mode)) {
+        std::fclose(m_pFile);
+        m_pFile = nullptr;
         return false;
     }
     m_strPath = strPath;

@@ -134,6 +134,8 @@ void TarnixTest::SetUp() {
     ASSERT_NE(made, nullptr);
     m_strRoot = made;
     platform::setRoot(m_strRoot);
+    // A camera always has its log directory; the error log is written there.
+    makeDir("/mnt/mtd/log");
     platform::setTimeScale(0.001);
     platform::clearClock();
     ispsim::reset();
