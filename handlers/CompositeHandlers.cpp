@@ -1,0 +1,128 @@
+// Key handlers that combine an ISP command with notifications to the video
+// module, with another cached key, or with a product feature switch.
+#define SNS_SOURCE_FILE "ISensorController.cpp"
+
+#include "controller/ISensorController.h"
+
+namespace {
+
+const u32 kKeyMirror = 2384;
+const u32 kKeyBeaway = 2385;
+// Video-module notification bracketing a WDR change: 0 before, 1 after.
+const int kWdrNotify = 2370;
+
+// With the beaway mode on, the two single-axis mirror settings trade places.
+u32 swapMirror(u32 p_nMirror) {
+    if (p_nMirror == 1) {
+        return 2;
+    }
+    if (p_nMirror == 2) {
+        return 1;
+    }
+    return p_nMirror;
+}
+
+} // namespace
+
+int ISensorController::doHwdr(unsigned int p_nKey, unsigned int p_nDir, void* p_pVal) {
+    if (p_pVal == nullptr) {
+        return -1;
+    }
+    u32* pValue = static_cast<u32*>(p_pVal);
+    if (!m_bShowWDRFalg) {
+        // WDR is not offered on this product: force it off, send nothing.
+        *pValue = 0;
+        return SNS_SUCCESS;
+    }
+    notifyToVideo(kWdrNotify, 0);
+    int nRet = notifyToVideo(static_cast<int>(p_nKey), static_cast<int>(*pValue));
+    SENSOR_ASSERT_T(SNS_SUCCESS == doIaCmd(p_nKey, p_nDir, p_pVal),
+                    "SNS_SUCCESS == doIaCmd(p_nKey, p_nDir, p_pVal)", "");
+    notifyToVideo(kWdrNotify, 1);
+    // The video module's answer decides.
+    return nRet;
+}
+
+int ISensorController::doImageAdjust(unsigned int p_nKey, unsigned int p_nDir, void* p_pVal) {
+    if (p_pVal == nullptr) {
+        return -1;
+    }
+    SENSOR_ASSERT_T(SNS_SUCCESS == doIaCmd(p_nKey, p_nDir, p_pVal),
+                    "SNS_SUCCESS == doIaCmd(p_nKey, p_nDir, p_pVal)", "");
+    // After the ISP call, so the video module sees what the ISP may have
+    // written back.
+    return notifyToVideo(static_cast<int>(p_nKey), static_cast<int>(*static_cast<u32*>(p_pVal)));
+}
+
+int ISensorController::doDIS(unsigned int p_nKey, unsigned int p_nDir, void* p_pVal) {
+    if (p_pVal == nullptr) {
+        return -1;
+    }
+    // Video module first, ISP second.
+    SENSOR_ASSERT_T(SNS_SUCCESS ==
+                        notifyToVideo(static_cast<int>(p_nKey), static_cast<int>(*static_cast<u32*>(p_pVal))),
+                    "SNS_SUCCESS == notifyToVideo(p_nKey, *(u32*)p_pVal)", "");
+    return doIaCmd(p_nKey, p_nDir, p_pVal);
+}
+
+int ISensorController::doIaCmd_PanoTuning(unsigned int p_nKey, unsigned int p_nDir, void* p_pVal) {
+    (void)p_nDir;
+    if (p_pVal == nullptr) {
+        return -1;
+    }
+    // Panorama stitching and mixed-stream distance are the video module's
+    // business alone; nothing goes to the ISP.
+    int nKey = static_cast<int>(p_nKey);
+    int nVal = static_cast<int>(*static_cast<u32*>(p_pVal));
+    SENSOR_ASSERT_T(SNS_SUCCESS == notifyToVideo(nKey, nVal), "SNS_SUCCESS == notifyToVideo(nKey, nVal)", "");
+    return SNS_SUCCESS;
+}
+
+int ISensorController::doFisheyeRotate(unsigned int p_nKey, unsigned int p_nDir, void* p_pVal) {
+    (void)p_nDir;
+    if (p_pVal == nullptr) {
+        return -1;
+    }
+    return notifyToVideo(static_cast<int>(p_nKey), static_cast<int>(*static_cast<u32*>(p_pVal)));
+}
+
+int ISensorController::doMirror(unsigned int p_nKey, unsigned int p_nDir, void* p_pVal) {
+    if (p_pVal == nullptr) {
+        return -1;
+    }
+    u32 nMirror = *static_cast<u32*>(p_pVal);
+    u32 nBeaway = 0;
+    getKeyValFromCache(static_cast<u32>(m_nCurScheme.load()), kKeyBeaway, nBeaway);
+    if (nBeaway != 0) {
+        nMirror = swapMirror(nMirror);
+    }
+    SENSOR_ASSERT_T(SNS_SUCCESS == notifyToVideo(static_cast<int>(p_nKey), static_cast<int>(nMirror)),
+                    "SNS_SUCCESS == notifyToVideo(p_nKey, nMirror)", "");
+    // Only the ISP and the video module see the swapped value; the caller's
+    // value, and so the cache, keeps the user's setting.
+    return doIaCmd(p_nKey, p_nDir, &nMirror);
+}
+
+int ISensorController::doBeaway(unsigned int p_nKey, unsigned int p_nDir, void* p_pVal) {
+    if (p_pVal == nullptr) {
+        return -1;
+    }
+    if (!getshowBeawayFalg()) {
+        // Beaway is not offered on this product: force it off, send nothing.
+        *static_cast<u32*>(p_pVal) = 0;
+        return SNS_SUCCESS;
+    }
+    u32 nBeaway = *static_cast<u32*>(p_pVal);
+    u32 nMirror = 0;
+    getKeyValFromCache(static_cast<u32>(m_nCurScheme.load()), kKeyMirror, nMirror);
+    if (nBeaway != 0) {
+        nMirror = swapMirror(nMirror);
+    }
+    // Re-send the mirror with the swap applied or removed.
+    SENSOR_ASSERT_T(SNS_SUCCESS == notifyToVideo(static_cast<int>(kKeyMirror), static_cast<int>(nMirror)),
+                    "SNS_SUCCESS == notifyToVideo(IA_CMD_UI_MIRROR, nMirror)", "");
+    SENSOR_ASSERT_T(SNS_SUCCESS == notifyToVideo(static_cast<int>(p_nKey), static_cast<int>(nBeaway)),
+                    "SNS_SUCCESS == notifyToVideo(p_nKey, nBeaway)", "");
+    doIaCmd(kKeyMirror, p_nDir, &nMirror);
+    return doIaCmd(p_nKey, p_nDir, &nBeaway);
+}

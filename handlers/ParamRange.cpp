@@ -1,0 +1,94 @@
+// Range query: the discrete values the ISP currently accepts for a small set
+// of commands, and the default among them.
+#define SNS_SOURCE_FILE "ISensorController.cpp"
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "controller/ISensorController.h"
+
+namespace {
+
+// Commands 49 to 82 that may be queried, as a bit mask over cmd - 49:
+// KEY_MAX_SHUTTER 49, 50, 51, 55, 56 and the iris position 82.
+const int kRangeMaskBase = 49;
+const unsigned long long kRangeMask =
+    (1ULL << 0) | (1ULL << 1) | (1ULL << 2) | (1ULL << 6) | (1ULL << 7) | (1ULL << 33);
+// KEY_AUTO_FOCUS_NEAR_LIMIT, queried as well.
+const int kFocusNearLimit = 1537;
+
+bool isQueryable(int p_nCmd) {
+    if (p_nCmd == kFocusNearLimit) {
+        return true;
+    }
+    if (p_nCmd < kRangeMaskBase || p_nCmd > kRangeMaskBase + 63) {
+        return false;
+    }
+    return ((kRangeMask >> (p_nCmd - kRangeMaskBase)) & 1ULL) != 0;
+}
+
+template <typename T> T clampCount(T p_nCount, T p_nMax) {
+    if (p_nCount < 0) {
+        return 0;
+    }
+    return p_nCount > p_nMax ? p_nMax : p_nCount;
+}
+
+} // namespace
+
+bool ISensorController::getSensorParamRange(int cmd, int& defaultValue, std::string& range) {
+    ia_dynamic_cmd_list_st dnaCmdList;
+    std::memset(&dnaCmdList, 0, sizeof(dnaCmdList));
+    int nRet = ia_ioctrl_v2(m_nCameraID - 1, IA_CMD_DYNAMIC_PARAMS_CMDS_GET, IA_CMD_OPT_GET,
+                            static_cast<void*>(&dnaCmdList));
+    SENSOR_ASSERT_T(
+        SNS_SUCCESS == nRet,
+        "SNS_SUCCESS == ia_ioctrl_v2(m_nCameraID-1, IA_CMD_DYNAMIC_PARAMS_CMDS_GET, IA_CMD_OPT_GET, "
+        "(void*)(&dnaCmdList))",
+        "");
+    if (nRet != SNS_SUCCESS) {
+        std::memset(&dnaCmdList, 0, sizeof(dnaCmdList));
+    }
+
+    // The ISP lists at most 16 commands.
+    const int32_t nCmdCount = clampCount<int32_t>(dnaCmdList.cmd_cnt, IA_DYNAMIC_CMD_MAX);
+    bool bListed = false;
+    for (int32_t i = 0; i < nCmdCount; ++i) {
+        if (static_cast<int>(dnaCmdList.cmd_list[i]) == cmd && isQueryable(cmd)) {
+            bListed = true;
+            break;
+        }
+    }
+    if (!bListed) {
+        return false;
+    }
+
+    ia_dynamic_params_attr_st stDynamicParam;
+    std::memset(&stDynamicParam, 0, sizeof(stDynamicParam));
+    nRet = doIaCmd(static_cast<unsigned int>(cmd), IA_CMD_OPT_GET_PARAM_RNAGE,
+                   static_cast<void*>(&stDynamicParam));
+    SENSOR_ASSERT_T(SNS_SUCCESS == nRet,
+                    "SNS_SUCCESS == doIaCmd(p_nCmd, IA_CMD_OPT_GET_PARAM_RNAGE, (void*)(&stDynamicParam))",
+                    "");
+    if (nRet != SNS_SUCCESS) {
+        std::memset(&stDynamicParam, 0, sizeof(stDynamicParam));
+    }
+
+    // Only a list of discrete values has a range text.
+    if (stDynamicParam.attr != 0) {
+        return true;
+    }
+    defaultValue = stDynamicParam.def_val;
+    const int32_t nItems = clampCount<int32_t>(stDynamicParam.items_cnt, IA_DYNAMIC_ITEM_MAX);
+    char szItem[16];
+    for (int32_t i = 0; i < nItems; ++i) {
+        std::snprintf(szItem, sizeof(szItem), "%d", stDynamicParam.item[i]);
+        range.append(szItem);
+        if (i != nItems - 1) {
+            range.append(" ");
+        }
+    }
+    std::printf("cmd=%d DefaltParam=%d strParamRange=%s\n", cmd, defaultValue, range.c_str());
+    return true;
+}
