@@ -13,7 +13,8 @@
 // so that recursive walks, printing and destruction stay within the stack.
 #define STYLE_MAX_DEPTH 200
 
-// Parses a zero-terminated buffer into the document; true on success.
+// Parses a zero-terminated buffer into the document; true on success. A text
+// that does not parse, or nests deeper than STYLE_MAX_DEPTH, leaves it empty.
 bool LoadMem(TiXmlDocument& doc, const char* text, TiXmlEncoding encoding);
 // Prints the whole document into the string with TinyXML's printer.
 void getXmlString(const TiXmlDocument& doc, std::string& out);
