@@ -1,0 +1,338 @@
+// Initialisation and shutdown of a controller: configuration and style,
+// factory values, the scheme cache and its files, the key-command table, the
+// scheme in force and the sensor thread; and the release of all of it.
+#define SNS_SOURCE_FILE "ISensorController.cpp"
+#include "controller/ISensorController.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "platform/DeviceType.h"
+#include "platform/PXFileSystem.h"
+#include "platform/SystemInfoParser.h"
+#include "platform/sy_system.h"
+
+namespace {
+
+// The detail text of a module may name any number of schemes; no device has
+// more than a handful, and the cache holds nSchemeSum + 1 rows.
+const u32 kMaxSchemeSum = 64;
+
+// Time limit, in seconds, of the shell commands that delete stale files.
+const int kShellTimeLimit = 30;
+
+const u32 kKeySchemeMode = 8000;
+const u32 kKeyDNMode = 144;
+const u32 kKeyMaxShutter = 49;
+const u32 kKeyMinShutter = 51;
+const u32 kKeyMeterArea = 96;
+const u32 kKeyIrMode = 161;
+const u32 kKeyIrManualStrgNear = 163;
+
+// Values that scheme 1 of a plate-recognition model starts from (the first
+// record of each key in the factory set is changed).
+struct KeyValDefault {
+    u32 key;
+    u32 value;
+};
+const KeyValDefault kLprScheme1[] = {
+    {kKeyDNMode, 0},    {kKeyMaxShutter, 18}, {kKeyMinShutter, 20},
+    {kKeyMeterArea, 1}, {kKeyIrMode, 2},      {kKeyIrManualStrgNear, 40},
+};
+
+// Hardware models whose narrow low-resolution streams cannot show beaway.
+bool isBeawayLimitedModel(const std::string& p_strModel) {
+    return p_strModel == "Hi3516AV200" || p_strModel == "Hi3516AV200Thermal";
+}
+
+// True unless the parameter text names a lens: "lensId", then "=", a
+// non-zero number right after it and a ")" after the "=".
+bool hasLens(const std::string& p_strParameters) {
+    size_t nName = p_strParameters.find("lensId");
+    if (nName == std::string::npos) {
+        return false;
+    }
+    size_t nEqual = p_strParameters.find('=', nName);
+    if (nEqual == std::string::npos) {
+        return false;
+    }
+    size_t nClose = p_strParameters.find(')', nEqual);
+    if (nClose == std::string::npos) {
+        return false;
+    }
+    std::string strNumber = p_strParameters.substr(nEqual + 1, nClose - nEqual - 1);
+    return std::atoi(strNumber.c_str()) != 0;
+}
+
+// Releases the arrays a controller owns between init and uinit. Each pointer
+// is reset so that a second release does nothing.
+void releaseArrays(KeyVal*& p_pText, keycmd*& p_pKeyCmdMap, KeyVal**& p_ppRows, KeyVal*& p_pBlock,
+                   KeyVal*& p_pTmp, u32& p_nTmpCap, KeyVal*& p_pLpr) {
+    delete[] p_pText;
+    p_pText = nullptr;
+    std::free(p_pKeyCmdMap);
+    p_pKeyCmdMap = nullptr;
+    delete[] p_ppRows;
+    p_ppRows = nullptr;
+    delete[] p_pBlock;
+    p_pBlock = nullptr;
+    delete[] p_pTmp;
+    p_pTmp = nullptr;
+    p_nTmpCap = 0;
+    delete[] p_pLpr;
+    p_pLpr = nullptr;
+}
+
+} // namespace
+
+bool ISensorController::init(const ModuleConfigure& p_objModuleConfigure) {
+    // Host calls wait for a whole init; the sensor thread only tries the gate.
+    std::lock_guard<std::recursive_mutex> objGate(m_applyGate);
+
+    // A controller initialised before gives up its old thread run, arrays and
+    // configuration first, so a second init leaks nothing.
+    if (m_pKeyValBlock != nullptr || m_ppUserKeyVal != nullptr || m_pKeyCmdMap != nullptr ||
+        m_pstKeyValTmp != nullptr || m_pstKeyValText != nullptr || m_pstKeyValLpr != nullptr ||
+        m_stSysConf.szUIStyle != nullptr) {
+        if (m_pSensorThread != nullptr && m_pSensorThread->isRunning()) {
+            m_pSensorThread->stop();
+        }
+        releaseArrays(m_pstKeyValText, m_pKeyCmdMap, m_ppUserKeyVal, m_pKeyValBlock, m_pstKeyValTmp,
+                      m_nKeyValTmpCap, m_pstKeyValLpr);
+        m_pFctKeyVal = nullptr;
+        m_nKeyValSum = 0;
+        uinitSysConf(&m_stSysConf);
+        m_stSysConf.szUIStyle = nullptr;
+    }
+
+    // 1. In progress.
+    setFlag(FLAG_INITING, true);
+    setFlag(FLAG_INITED, false);
+
+    // The module identity is kept for a later factory reset.
+    m_nModuleId = p_objModuleConfigure.getModuleId();
+    m_strModuleDetail = p_objModuleConfigure.getDetail();
+    m_strModuleParameters = p_objModuleConfigure.getParameters();
+
+    // 2. Configuration and merged style.
+    int nRet = initSysConf(m_nCameraID, p_objModuleConfigure, &m_stSysConf);
+    SENSOR_ASSERT_T(SNS_SUCCESS == nRet,
+                    "SNS_SUCCESS == initSysConf(m_nCameraID,p_objModuleConfigure, &m_stSysConf)", "");
+    if (m_stSysConf.nSchemeSum > kMaxSchemeSum) {
+        SENSOR_TRACE(TRACE_WARN, "nSchemeSum(%u) out of range, limited to %u\n", m_stSysConf.nSchemeSum,
+                     kMaxSchemeSum);
+        m_stSysConf.nSchemeSum = kMaxSchemeSum;
+    }
+    const u32 nSchemeSum = m_stSysConf.nSchemeSum;
+
+    // 3./4. Factory values out of the narrowed style, as many as it has.
+    std::vector<KeyVal> vecFactory;
+    nRet = getFctData(m_nCameraID, m_stSysConf.szUIStyle != nullptr ? m_stSysConf.szUIStyle : "", vecFactory,
+                      m_bShowWDRFalg.load(), m_bShowLDCFlag.load());
+    m_nKeyValSum = static_cast<u32>(vecFactory.size());
+    SENSOR_ASSERT_T(SNS_SUCCESS == nRet,
+                    "SNS_SUCCESS == getFctData(m_nCameraID,m_stSysConf.szUIStyle, m_pFctKeyVal, "
+                    "&m_nKeyValSum,m_bShowWDRFalg,m_bShowLDCFlag)",
+                    "m_nKeyValSum(%d)\n", static_cast<int>(m_nKeyValSum));
+    // The work array serves the whole key table and every scheme row.
+    reserveKeyValTmp(std::max<u32>(KEYCMD_CAPACITY, m_nKeyValSum));
+
+    // 5. The scheme cache: one block of nSchemeSum + 1 rows, the last the
+    // factory set. Every row starts as the factory set, so records a short
+    // or damaged scheme file does not cover keep factory values.
+    const size_t nRows = static_cast<size_t>(nSchemeSum) + 1;
+    m_pKeyValBlock = new KeyVal[nRows * m_nKeyValSum];
+    m_ppUserKeyVal = new KeyVal*[nRows];
+    for (size_t s = 0; s < nRows; ++s) {
+        m_ppUserKeyVal[s] = m_pKeyValBlock + s * m_nKeyValSum;
+        if (m_nKeyValSum > 0) {
+            std::memcpy(m_ppUserKeyVal[s], vecFactory.data(), sizeof(KeyVal) * m_nKeyValSum);
+        }
+    }
+    m_pFctKeyVal = m_ppUserKeyVal[nSchemeSum];
+
+    // 6. Files of another parameter layout are deleted before they are read.
+    // The stamp is read into a scratch value so that a short stamp file never
+    // leaves part of its bytes in the version the warning shows.
+    u32 nLocalVersion = 0;
+    u32 nStamp = 0;
+    const bool bStampRead = (getVersion(&nStamp) == SNS_SUCCESS);
+    if (bStampRead) {
+        nLocalVersion = nStamp;
+    }
+    if (!bStampRead || nLocalVersion != m_nVersion) {
+        SENSOR_TRACE(TRACE_WARN,
+                     "check the sensor version,   local(%u) --> libtarnix.so(%u), source the cmd: rm -rf "
+                     "/mnt/mtd/code/config*/sensor*\n",
+                     nLocalVersion, m_nVersion);
+        char szCmd[128];
+        if (m_bThermal) {
+            std::snprintf(szCmd, sizeof(szCmd), "rm -rf /mnt/mtd/code/config*/sensor-thermal*.cfg");
+        } else {
+            std::snprintf(szCmd, sizeof(szCmd), "rm -rf /mnt/mtd/code/config*/sensor%d_[0-3].cfg",
+                          m_nCameraID);
+        }
+        sy_system(szCmd, kShellTimeLimit);
+    }
+
+    // 7. Machine and module features.
+    MachineInfo objMachineInfo;
+    SystemInfoParser::parseMachineInfo(SENSOR_MACHINEINFO_FILE, objMachineInfo);
+    DeviceType objDeviceType;
+    objDeviceType.setDeviceTypeId(objMachineInfo.getDeviceType());
+    // These features are only ever switched on (infrared limit, plate
+    // recognition) or off (lens) here; a flag is written only when it
+    // changes, so a repeated init leaves readers of an unchanged flag alone.
+    const std::string strDetail = p_objModuleConfigure.getDetail();
+    if (strDetail.find("(isInfrared=17)") != std::string::npos) {
+        std::printf("#### m_bisLimitedIrPower is true!\n");
+        if (!m_bisLimitedIrPower) {
+            m_bisLimitedIrPower = true;
+        }
+    }
+    if (!hasLens(p_objModuleConfigure.getParameters()) && m_bHasLens) {
+        m_bHasLens = false;
+    }
+    if (objDeviceType.getDeviceTypeId() == DeviceType::LPR &&
+        strDetail.find("(isInfrared=0)") == std::string::npos &&
+        strDetail.find("(isInfrared=1)") == std::string::npos && !m_bLprMode) {
+        m_bLprMode = true;
+    }
+
+    // 8. Scheme files: a missing file is created from the factory values,
+    // then every scheme is loaded into its row.
+    for (u32 i = 0; i < nSchemeSum; ++i) {
+        std::string strName = schemeFileName(i);
+        if (!pxfs::exists(strName)) {
+            if (i == 0 && !m_bLprMode) {
+                // Scheme 0 starts without automatic switching; the factory
+                // set keeps that 0 as well.
+                setKeyValToCache(nSchemeSum, kKeySchemeMode, 0, true);
+                keyValToFile(&strName[0], m_pFctKeyVal, m_nKeyValSum);
+            } else if (i == 1 && m_bLprMode) {
+                // The plate-recognition night scheme.
+                reserveKeyValTmp(m_nKeyValSum);
+                if (m_nKeyValSum > 0) {
+                    std::memcpy(m_pstKeyValTmp, m_pFctKeyVal, sizeof(KeyVal) * m_nKeyValSum);
+                }
+                for (const KeyValDefault& stDefault : kLprScheme1) {
+                    for (u32 n = 0; n < m_nKeyValSum; ++n) {
+                        if (m_pstKeyValTmp[n].key == stDefault.key) {
+                            m_pstKeyValTmp[n].value = stDefault.value;
+                            break;
+                        }
+                    }
+                }
+                keyValToFile(&strName[0], m_pstKeyValTmp, m_nKeyValSum);
+            } else {
+                keyValToFile(&strName[0], m_pFctKeyVal, m_nKeyValSum);
+            }
+        }
+        keyValFromFile(&strName[0], m_ppUserKeyVal[i], m_nKeyValSum);
+        if (i == 0) {
+            // Scheme 0 keeps the scheme mode, and with it the policy in force.
+            for (u32 n = 0; n < m_nKeyValSum; ++n) {
+                if (m_ppUserKeyVal[0][n].key == kKeySchemeMode) {
+                    u32 nMode = m_ppUserKeyVal[0][n].value;
+                    m_bTimeScheme = (nMode == 1);
+                    m_bDNScheme = (nMode == 2);
+                    break;
+                }
+            }
+        }
+    }
+
+    // 9. The files now match this parameter layout.
+    nRet = setVersion(m_nVersion);
+    SENSOR_ASSERT_T(SNS_SUCCESS == nRet, "SNS_SUCCESS == setVersion(m_nVersion)", "m_nVersion(%d)\n",
+                    static_cast<int>(m_nVersion));
+
+    // 10. The key-command table (166 rows).
+    initKeyCmdMap();
+
+    // 11. Work arrays of the text API and of plate-recognition switches.
+    m_pstKeyValText = new KeyVal[m_nKeyValSum];
+    m_pstKeyValLpr = new KeyVal[m_nKeyValSum];
+    if (m_nKeyValSum > 0) {
+        std::memset(m_pstKeyValText, 0, sizeof(KeyVal) * m_nKeyValSum);
+        std::memset(m_pstKeyValLpr, 0, sizeof(KeyVal) * m_nKeyValSum);
+    }
+
+    // 12. Without an automatic policy scheme 0 is the one in force.
+    if (!m_bDNScheme && !m_bTimeScheme) {
+        switch_to(0, false);
+    }
+
+    // 13. One pass at once, so the right scheme is in force before init
+    // returns; then the thread takes over.
+    sensorThread();
+    bool bStarted = m_pSensorThread != nullptr && m_pSensorThread->start();
+    SENSOR_ASSERT_T(bStarted, "m_pSensorThread->start()", "");
+
+    // 14. UI options that depend on the video module.
+    m_bShowWDRFalg = true;
+    m_bShowLDCFlag = false;
+    setshowBeawayFalg(1);
+    const VideoStreamModule* pModule = m_pVideoStreamModule.load();
+    if (pModule != nullptr) {
+        std::vector<AVStreamParam> vecStreams;
+        pModule->getVideoStreamParams(m_nCameraID, vecStreams);
+        const std::string strModel = objMachineInfo.getHardwareModel();
+        for (const AVStreamParam& objStream : vecStreams) {
+            if (isBeawayLimitedModel(strModel) && objStream.getVideoEncoderType() == 1 &&
+                objStream.getVideoHeight() < 256) {
+                setshowBeawayFalg(0);
+            }
+        }
+        LimitedFramesWDRModeParam objWdrParam;
+        pModule->getLimitedFramesWDRModeParam(m_nCameraID, objWdrParam);
+        if (objWdrParam.getLimitFramesModeId() == 0 && objWdrParam.getLimitWdr() == 1) {
+            m_bShowWDRFalg = false;
+        }
+        if (objWdrParam.getLDCSupport() && objWdrParam.getLDCSwitch()) {
+            m_bShowLDCFlag = true;
+        }
+        if (objDeviceType.getDeviceTypeId() == DeviceType::FISHEYE) {
+            int nFisheye = 100;
+            pModule->getFisheyeRotate(m_nCameraID, &nFisheye);
+            setshowFisheyeRotateFlag(nFisheye == 0);
+        }
+    }
+
+    // 15. Done.
+    setFlag(FLAG_INITING, false);
+    setFlag(FLAG_INITED, true);
+    SENSOR_TRACE(TRACE_DBG, "ISensorController::initSensor  success\n");
+    return true;
+}
+
+void ISensorController::uinit() {
+    if (!testFlag(FLAG_INITED)) {
+        return;
+    }
+    std::lock_guard<std::recursive_mutex> objGate(m_applyGate);
+    setFlag(FLAG_UNINITING, true);
+    m_bShutterResetPass = true;
+
+    // The thread never blocks on the gate, so it ends its pass and stops.
+    if (m_pSensorThread != nullptr) {
+        bool bStopped = m_pSensorThread->stop();
+        SENSOR_ASSERT_T(bStopped, "m_pSensorThread->stop()", "");
+    }
+
+    releaseArrays(m_pstKeyValText, m_pKeyCmdMap, m_ppUserKeyVal, m_pKeyValBlock, m_pstKeyValTmp,
+                  m_nKeyValTmpCap, m_pstKeyValLpr);
+    uinitSysConf(&m_stSysConf);
+    m_stSysConf.szUIStyle = nullptr;
+
+    m_nLastScheme = -1;
+    m_nMode = 1;
+    m_pFctKeyVal = nullptr;
+    m_nKeyValSum = 0;
+    setFlag(FLAG_UNINITING, false);
+    // FLAG_INITED stays set: getSensorStatus keeps reporting 1 after uinit.
+}
