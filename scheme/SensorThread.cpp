@@ -30,6 +30,11 @@ int ISensorController::sensorThread() {
     // waits for it, the switch is simply decided again next second.
     std::unique_lock<std::recursive_mutex> gate(m_applyGate, std::try_to_lock);
     if (!gate.owns_lock()) {
+        // During a reset the pass skips its sleep; a short pause here keeps
+        // the thread from spinning on the gate until the reset is done.
+        if (testFlag(FLAG_RESETTING)) {
+            QuorvelTime::wait(QuorvelTime(0, 50000));
+        }
         return 0;
     }
     sensorPass();

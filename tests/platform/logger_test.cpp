@@ -138,6 +138,7 @@ TEST_F(PXLoggerTest, OversizedEntryIsWrittenWhole) {
 }
 
 TEST_F(PXLoggerTest, MissingDirectoryFailsSilently) {
+    tarnix_test::removeTree(hostPath("/mnt"));
     captureStdout();
     {
         PXLogger logger;
