@@ -204,9 +204,8 @@ void uinitSysConf(SysConfig* p_stSysConf) {
                 rec.szLanguageFile = nullptr;
             }
         }
-        // The table itself is released too; the count is left as it is.
-        std::free(p_stSysConf->pUIFiles);
-        p_stSysConf->pUIFiles = nullptr;
+        // The texts go; the table array and its count are left in place. The
+        // cleared pointers keep a later lookup from reaching a released text.
     }
     if (p_stSysConf->szUIStyle != nullptr) {
         std::free(p_stSysConf->szUIStyle);

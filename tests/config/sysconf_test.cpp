@@ -252,22 +252,36 @@ TEST_F(SysConfTest, AssertionsEnabledAbortOnUnknownDeviceType) {
     EXPECT_DEATH(initSysConf(1, makeModule("(sensor=imx291)"), conf), "bRet");
 }
 
-TEST_F(SysConfTest, UinitReleasesTheUIFileTableAndIsRepeatable) {
+TEST_F(SysConfTest, UinitReleasesTheUIFileTextsAndLeavesTheTable) {
     installStyles();
     writeMachineInfo(1);
     ASSERT_EQ(0, initSysConf(1, makeModule("(sensor=imx291)"), &m_conf));
+    UIFileRecord* table = static_cast<UIFileRecord*>(std::calloc(2, sizeof(UIFileRecord)));
     m_conf.nUIFileSum = 2;
-    m_conf.pUIFiles = static_cast<UIFileRecord*>(std::calloc(2, sizeof(UIFileRecord)));
-    m_conf.pUIFiles[0].szCommonFile = config_test::heapText("common");
-    m_conf.pUIFiles[0].szLanguageFile = config_test::heapText("language");
-    m_conf.pUIFiles[1].szCommonFile = nullptr;
-    m_conf.pUIFiles[1].szLanguageFile = config_test::heapText("lang2");
+    m_conf.pUIFiles = table;
+    table[0].id = 3;
+    table[0].szCommonFile = config_test::heapText("common");
+    table[0].szLanguageFile = config_test::heapText("language");
+    table[1].id = 5;
+    table[1].szCommonFile = nullptr;
+    table[1].szLanguageFile = config_test::heapText("lang2");
     uinitSysConf(&m_conf);
-    EXPECT_EQ(nullptr, m_conf.pUIFiles);
     EXPECT_EQ(nullptr, m_conf.szUIStyle);
-    EXPECT_EQ(2u, m_conf.nUIFileSum); // the count is left as it is
-    uinitSysConf(&m_conf);            // a second release does nothing
-    EXPECT_EQ(nullptr, m_conf.pUIFiles);
+    // The texts are released; the table array and the count stay as they are.
+    EXPECT_EQ(table, m_conf.pUIFiles);
+    EXPECT_EQ(2u, m_conf.nUIFileSum);
+    EXPECT_EQ(3u, table[0].id);
+    EXPECT_EQ(5u, table[1].id);
+    EXPECT_EQ(nullptr, table[0].szCommonFile);
+    EXPECT_EQ(nullptr, table[0].szLanguageFile);
+    EXPECT_EQ(nullptr, table[1].szLanguageFile);
+    uinitSysConf(&m_conf); // a second release does nothing
+    EXPECT_EQ(table, m_conf.pUIFiles);
+    EXPECT_EQ(nullptr, m_conf.szUIStyle);
+    // The array is released by whoever filled it.
+    std::free(table);
+    m_conf.pUIFiles = nullptr;
+    m_conf.nUIFileSum = 0;
 }
 
 TEST_F(SysConfTest, ManyInitUinitCycles) {

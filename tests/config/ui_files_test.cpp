@@ -27,7 +27,12 @@ class UIFilesTest : public ConfigTest {
 protected:
     void TearDown() override {
         if (m_pController) {
-            uinitSysConf(&Peer::sysConf(*m_pController));
+            SysConfig& conf = Peer::sysConf(*m_pController);
+            uinitSysConf(&conf);
+            // The texts went with the record; the table array is the filler's.
+            std::free(conf.pUIFiles);
+            conf.pUIFiles = nullptr;
+            conf.nUIFileSum = 0;
             m_pController.reset();
         }
         ConfigTest::TearDown();
