@@ -1,0 +1,116 @@
+#pragma once
+// Fixture of sensorctl's end-to-end tests: a fresh temporary directory per
+// test (the TarnixTest root), in which sample device trees are laid down with
+// "sensorctl init-root" and the program is run as a subprocess.
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "controller/SensorTypes.h"
+#include "support/TestEnv.h"
+#include "tools/SensorctlRun.h"
+
+namespace sensorctl_test {
+
+class SensorctlTest : public tarnix_test::TarnixTest {
+protected:
+    void SetUp() override {
+        TarnixTest::SetUp();
+#ifndef SENSORCTL_PATH
+        GTEST_SKIP() << "sensorctl is not built (TARNIX_BUILD_TOOLS=OFF)";
+#endif
+        m_strCam = root() + "/cam";
+        m_strProgram = makeProgram();
+    }
+
+    // The program to run: sensorctl itself, or for a cross build a small
+    // script that runs it through the emulator.
+    std::string makeProgram() const {
+#ifdef SENSORCTL_PATH
+        std::string emulator;
+#ifdef SENSORCTL_EMULATOR
+        emulator = SENSORCTL_EMULATOR;
+#endif
+        if (emulator.empty()) {
+            return SENSORCTL_PATH;
+        }
+        std::string script = "#!/bin/sh\nexec";
+        std::string word;
+        for (char c : emulator + "|" + SENSORCTL_PATH + "|") {
+            if (c == '|') {
+                script += " '" + word + "'";
+                word.clear();
+            } else {
+                word += c;
+            }
+        }
+        script += " \"$@\"\n";
+        std::string path = root() + "/sensorctl-emulated";
+        writeFile("/sensorctl-emulated", script);
+        ::chmod(path.c_str(), 0755);
+        return path;
+#else
+        return "";
+#endif
+    }
+
+    const std::string& program() const { return m_strProgram; }
+
+    // sensorctl with the arguments as given.
+    RunResult run(const std::vector<std::string>& p_vecArgs, const std::string& p_strInput = "",
+                  const std::vector<std::string>& p_vecEnv = {}) const {
+        return runProgram(program(), p_vecArgs, p_strInput, root(), root(), p_vecEnv);
+    }
+    // sensorctl --root <cam> with the arguments.
+    RunResult onCam(std::vector<std::string> p_vecArgs, const std::string& p_strInput = "") const {
+        p_vecArgs.insert(p_vecArgs.begin(), {"--root", m_strCam});
+        return run(p_vecArgs, p_strInput);
+    }
+    // Lays down a sample tree at <cam>.
+    void initCam(const std::string& p_strModel = "box") const {
+        RunResult r = run({"init-root", m_strCam, "--model", p_strModel});
+        ASSERT_EQ(0, r.code) << r.out << r.err;
+    }
+    // Host path of a device path below <cam>.
+    std::string camPath(const std::string& p_strDevicePath) const { return m_strCam + p_strDevicePath; }
+    bool camFileExists(const std::string& p_strDevicePath) const {
+        struct stat st;
+        return ::stat(camPath(p_strDevicePath).c_str(), &st) == 0;
+    }
+    // Records of a scheme file below <cam>.
+    std::vector<KeyVal> camRecords(const std::string& p_strDevicePath) const {
+        std::string bytes = slurp(camPath(p_strDevicePath));
+        std::vector<KeyVal> records(bytes.size() / sizeof(KeyVal));
+        if (!records.empty()) {
+            std::memcpy(records.data(), bytes.data(), records.size() * sizeof(KeyVal));
+        }
+        return records;
+    }
+    // Value of a key in records; -12345 when absent.
+    static long long valueOf(const std::vector<KeyVal>& p_vecRecords, u32 p_nKey) {
+        for (const KeyVal& kv : p_vecRecords) {
+            if (kv.key == p_nKey) {
+                return static_cast<int32_t>(kv.value);
+            }
+        }
+        return -12345;
+    }
+    // The run failed with the exit code and one error line on stderr that
+    // contains the text.
+    static void expectError(const RunResult& p_stRun, int p_nCode, const std::string& p_strText) {
+        EXPECT_EQ(p_nCode, p_stRun.code) << p_stRun.out << p_stRun.err;
+        std::vector<std::string> errLines = lines(p_stRun.err);
+        ASSERT_EQ(1u, errLines.size()) << p_stRun.err;
+        EXPECT_EQ(0u, errLines[0].find("sensorctl: error: ")) << errLines[0];
+        EXPECT_NE(std::string::npos, errLines[0].find(p_strText)) << errLines[0];
+    }
+
+    std::string m_strCam;
+    std::string m_strProgram;
+};
+
+} // namespace sensorctl_test

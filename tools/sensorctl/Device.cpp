@@ -1,0 +1,367 @@
+// Device root, simulated ISP state, module configuration and the live
+// controller of a sensorctl run.
+#include "tools/sensorctl/Device.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+
+#include "config/StyleXml.h"
+#include "config/sensor.h"
+#include "platform/ModuleConfigureParser.h"
+#include "platform/SystemInfoParser.h"
+#include "platform/posix/PlatformControl.h"
+#include "storage/SensorFile.h"
+#include "tools/sensorctl/KeyNames.h"
+#include "tools/sensorctl/Output.h"
+
+namespace sensorctl {
+
+namespace {
+
+// ISP channels and commands whose values are kept between runs. Commands
+// above 16383 are not used by the library.
+constexpr int kKeptChannels = 8;
+constexpr unsigned int kKeptCommands = 16384;
+
+// Commands whose stored value is a record (or has none): the profile format
+// keeps one word per command, so they are not carried over.
+bool isRecordCommand(unsigned int p_nCmd) {
+    return p_nCmd == IA_CMD_EXPOSURE_INFO || p_nCmd == IA_CMD_IR_LED_INFO || p_nCmd == IA_CMD_CAMERA_VERSION ||
+           p_nCmd == IA_CMD_SYNC_CHECK || p_nCmd == IA_CMD_DYNAMIC_PARAMS_CMDS_GET;
+}
+
+bool isDirectory(const std::string& p_strPath) {
+    struct stat st;
+    return ::stat(p_strPath.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+bool isFile(const std::string& p_strPath) {
+    struct stat st;
+    return ::stat(p_strPath.c_str(), &st) == 0 && S_ISREG(st.st_mode);
+}
+
+const char* optName(unsigned int p_nOpt) {
+    switch (p_nOpt) {
+    case IA_CMD_OPT_SET:
+        return "set";
+    case IA_CMD_OPT_GET:
+        return "get";
+    case IA_CMD_OPT_GET_PARAM_RNAGE:
+        return "range";
+    case IA_CMD_OPT_CORRECT_PARAM:
+        return "correct";
+    case IA_CMD_OPT_GET_STATUS:
+        return "status";
+    default:
+        return "opt?";
+    }
+}
+
+// One log line of an ISP call (data shown for sets only: for the other
+// options the buffer holds what the caller passed in, not the answer).
+std::string describeCall(const ispsim::Call& p_stCall) {
+    std::string text = format("isp ch%d %s %u %s", p_stCall.channel, optName(p_stCall.opt), p_stCall.cmd,
+                              nameOrDash(ispCommandName(p_stCall.cmd)));
+    if (p_stCall.opt == IA_CMD_OPT_SET && !p_stCall.data.empty()) {
+        if (p_stCall.data.size() == 1) {
+            text += format(" %d", static_cast<int32_t>(p_stCall.data[0]));
+        } else {
+            text += " [";
+            for (size_t i = 0; i < p_stCall.data.size() && i < 8; ++i) {
+                text += format(i == 0 ? "%d" : " %d", static_cast<int32_t>(p_stCall.data[i]));
+            }
+            text += p_stCall.data.size() > 8 ? " ...]" : "]";
+        }
+    }
+    text += format(" -> %d", p_stCall.result);
+    return text;
+}
+
+} // namespace
+
+const char* nameOrDash(const char* p_szName) { return p_szName != nullptr ? p_szName : "-"; }
+
+// ---------------------------------------------------------------- Device
+
+Device::Device(const Options& p_stOptions) : m_nChannel(p_stOptions.channel) {
+    std::string strRoot = p_stOptions.root;
+    if (strRoot.empty()) {
+        const char* szEnv = std::getenv("TARNIX_ROOT");
+        strRoot = szEnv != nullptr ? szEnv : "";
+    }
+    if (strRoot.empty()) {
+        usageError("no device root given: use --root DIR (or set TARNIX_ROOT)");
+    }
+    if (!isDirectory(strRoot)) {
+        runtimeError("device root '" + strRoot + "' does not exist or is not a directory");
+    }
+    char szReal[PATH_MAX];
+    if (::realpath(strRoot.c_str(), szReal) == nullptr) {
+        runtimeError("cannot resolve device root '" + strRoot + "': " + std::strerror(errno));
+    }
+    m_strRoot = szReal;
+    if (m_strRoot == "/") {
+        runtimeError("refusing to use '/' as device root: sensorctl works on a copy of a device tree");
+    }
+    if (!isFile(hostPath(SENSOR_MACHINEINFO_FILE))) {
+        runtimeError("'" + strRoot + "' is not a device root: it has no " SENSOR_MACHINEINFO_FILE
+                     " (lay one down with: sensorctl init-root DIR --model box)");
+    }
+
+    platform::setRoot(m_strRoot);
+    if (p_stOptions.has("time-scale") || std::getenv("TARNIX_TIME_SCALE") == nullptr) {
+        platform::setTimeScale(p_stOptions.timeScale);
+    }
+    if (p_stOptions.has("clock")) {
+        platform::setClock(p_stOptions.clockHour, p_stOptions.clockMinute);
+    }
+
+    // The ISP: profile first, then what earlier runs left in it.
+    ispsim::reset();
+    std::string strProfile = hostPath(SENSORCTL_PROFILE_FILE);
+    if (isFile(strProfile) && !ispsim::loadProfile(strProfile)) {
+        runtimeError("cannot load the ISP profile " + strProfile);
+    }
+    m_mapProfileValues = snapshot();
+    std::string strState = hostPath(SENSORCTL_STATE_FILE);
+    if (isFile(strState) && !ispsim::loadProfile(strState)) {
+        runtimeError("cannot load the kept ISP state " + strState + " (remove it to start from the profile)");
+    }
+    ispsim::clearCalls();
+
+    if (!SystemInfoParser::parseMachineInfo(SENSOR_MACHINEINFO_FILE, m_objMachine)) {
+        runtimeError("cannot read the machine description " + hostPath(SENSOR_MACHINEINFO_FILE) +
+                     " (it needs a DeviceType= line)");
+    }
+    std::vector<ModuleConfigure> vecModules;
+    if (!isFile(hostPath(SENSOR_MODULECONFIG_FILE))) {
+        printWarning("the root has no " SENSOR_MODULECONFIG_FILE "; using an empty module configuration");
+    } else if (!ModuleConfigureParser::parse(SENSOR_MODULECONFIG_FILE, m_objMachine.getHardwareModel(),
+                                             m_objMachine.getHardwareCode(), vecModules)) {
+        runtimeError("cannot read the module configuration " + hostPath(SENSOR_MODULECONFIG_FILE));
+    } else if (vecModules.empty()) {
+        printWarning("no entry of " SENSOR_MODULECONFIG_FILE " applies to hardware '" +
+                     m_objMachine.getHardwareModel() + "' / '" + m_objMachine.getHardwareCode() +
+                     "'; using an empty module configuration");
+    } else {
+        // A device with several channels lists one module per channel: take
+        // the one whose id is the channel the controller drives, else the first.
+        m_objModule = vecModules.front();
+        for (const ModuleConfigure& module : vecModules) {
+            if (module.getModuleId() == cameraId()) {
+                m_objModule = module;
+                break;
+            }
+        }
+    }
+    if (m_objModule.getDetail().size() >= MODULE_DETAIL_LEN) {
+        runtimeError(format("the module detail text has %zu characters; at most %d fit", m_objModule.getDetail().size(),
+                            MODULE_DETAIL_LEN - 1));
+    }
+    if (m_objModule.getParameters().size() >= MODULE_PARAMETERS_LEN) {
+        runtimeError(format("the module parameter text has %zu characters; at most %d fit",
+                            m_objModule.getParameters().size(), MODULE_PARAMETERS_LEN - 1));
+    }
+}
+
+int Device::cameraId() const { return m_objMachine.getDeviceType() == 13 ? 2 : m_nChannel; }
+
+bool Device::thermal() const {
+    int nType = m_objMachine.getDeviceType();
+    return cameraId() == 2 && (nType == 13 || nType == 14 || nType == 17 || nType == 19 || nType == 23);
+}
+
+u32 Device::schemeCount() const {
+    u32 nCount = 4;
+    std::string strDetail = m_objModule.getDetail();
+    if (getDetailFieldTou32(strDetail.c_str(), "max_scheme", &nCount) != 0) {
+        nCount = 4;
+    }
+    return nCount;
+}
+
+std::string Device::schemeFile(int p_nScheme) const {
+    char szName[128];
+    if (thermal()) {
+        std::snprintf(szName, sizeof(szName), SENSOR_THERMAL_FILE_FMT, p_nScheme);
+    } else {
+        std::snprintf(szName, sizeof(szName), SENSOR_SCHEME_FILE_FMT, cameraId(), p_nScheme);
+    }
+    return szName;
+}
+
+Device::Snapshot Device::snapshot() {
+    Snapshot values;
+    for (int channel = 0; channel < kKeptChannels; ++channel) {
+        for (unsigned int cmd = 0; cmd < kKeptCommands; ++cmd) {
+            uint32_t value = 0;
+            if (!isRecordCommand(cmd) && ispsim::getValue(channel, cmd, value)) {
+                values[std::make_pair(channel, cmd)] = value;
+            }
+        }
+    }
+    return values;
+}
+
+void Device::saveIspState() {
+    Snapshot now = snapshot();
+    std::string text;
+    int nLastChannel = -1;
+    size_t nCount = 0;
+    for (const auto& entry : now) {
+        auto it = m_mapProfileValues.find(entry.first);
+        if (it != m_mapProfileValues.end() && it->second == entry.second) {
+            continue;
+        }
+        if (entry.first.first != nLastChannel) {
+            nLastChannel = entry.first.first;
+            text += format("channel %d\n", nLastChannel);
+        }
+        text += format("value %u %u", entry.first.second, entry.second);
+        const char* szName = ispCommandName(entry.first.second);
+        text += szName != nullptr ? format("   # %s\n", szName) : "\n";
+        ++nCount;
+    }
+    std::string strState = hostPath(SENSORCTL_STATE_FILE);
+    if (nCount == 0) {
+        ::unlink(strState.c_str());
+        return;
+    }
+    ::mkdir(hostPath("/isp").c_str(), 0755);
+    std::string strTmp = strState + ".tmp";
+    {
+        std::ofstream out(strTmp, std::ios::binary | std::ios::trunc);
+        out << "# ISP values kept by sensorctl between runs: the simulated ISP's values that differ\n"
+               "# from isp/profile.conf, loaded after it. Same format as the profile.\n"
+            << text;
+        out.flush();
+        if (!out) {
+            ::unlink(strTmp.c_str());
+            runtimeError("cannot write " + strState);
+        }
+    }
+    if (::rename(strTmp.c_str(), strState.c_str()) != 0) {
+        ::unlink(strTmp.c_str());
+        runtimeError("cannot write " + strState + ": " + std::strerror(errno));
+    }
+}
+
+// ---------------------------------------------------------------- RecordingVideo
+
+int RecordingVideo::notifySensorParam(int channel, int key, int value) const {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    // Kept bounded: a shell left running without "log" must not grow without end.
+    if (m_vecNotifications.size() < 100000) {
+        m_vecNotifications.push_back({channel, key, value});
+    }
+    return 0;
+}
+
+int RecordingVideo::getVideoStreamParams(int, std::vector<AVStreamParam>& streams) const {
+    streams.clear();
+    return 0;
+}
+
+int RecordingVideo::getLimitedFramesWDRModeParam(int, LimitedFramesWDRModeParam& param) const {
+    // No frame-rate limit on WDR; lens-distortion correction supported and
+    // on. A controller shows the LDC items until its first init asks this
+    // module; answering "on" keeps them after that too, so the parameter
+    // files written by a reset's init have the layout of a first init.
+    param = LimitedFramesWDRModeParam();
+    param.setLDCSupport(true);
+    param.setLDCSwitch(true);
+    return 0;
+}
+
+int RecordingVideo::getFisheyeRotate(int, int* value) const {
+    if (value != nullptr) {
+        *value = 0;
+    }
+    return 0;
+}
+
+int RecordingVideo::isBusy() const { return 0; }
+
+std::vector<RecordingVideo::Notification> RecordingVideo::drain() {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    std::vector<Notification> out;
+    out.swap(m_vecNotifications);
+    return out;
+}
+
+// ---------------------------------------------------------------- Session
+
+Session::Session(Device& p_objDevice) : m_objDevice(p_objDevice) {
+    m_objController.setChannelID(p_objDevice.channel());
+    m_objController.setVideoStreamModule(&m_objVideo);
+    m_objController.init(p_objDevice.module());
+}
+
+Session::~Session() { m_objController.uinit(); }
+
+std::vector<ispsim::Call> Session::newCalls() {
+    std::vector<ispsim::Call> all = ispsim::calls();
+    std::vector<ispsim::Call> out;
+    if (all.size() < m_nCallsSeen) {
+        m_nCallsSeen = 0;   // cleared elsewhere
+    }
+    out.assign(all.begin() + static_cast<std::ptrdiff_t>(m_nCallsSeen), all.end());
+    m_nCallsSeen = all.size();
+    if (m_nCallsSeen > 50000) {
+        ispsim::clearCalls();
+        m_nCallsSeen = 0;
+    }
+    return out;
+}
+
+size_t Session::printLog() {
+    std::vector<ispsim::Call> calls = newCalls();
+    std::vector<RecordingVideo::Notification> notes = m_objVideo.drain();
+    size_t nLines = 0;
+    // Runs of identical calls (the sensor thread's once-a-second reads)
+    // are shown once with their count.
+    for (size_t i = 0; i < calls.size();) {
+        size_t j = i + 1;
+        while (j < calls.size() && calls[j].channel == calls[i].channel && calls[j].cmd == calls[i].cmd &&
+               calls[j].opt == calls[i].opt && calls[j].data == calls[i].data && calls[j].result == calls[i].result) {
+            ++j;
+        }
+        std::string line = describeCall(calls[i]);
+        if (j - i > 1) {
+            line += format("   (x%zu)", j - i);
+        }
+        say("%s", line.c_str());
+        ++nLines;
+        i = j;
+    }
+    for (const auto& note : notes) {
+        say("video ch%d notify %d %s %d", note.channel, note.key, nameOrDash(keyName(static_cast<uint32_t>(note.key))),
+            note.value);
+        ++nLines;
+    }
+    size_t nSets = 0;
+    for (const auto& call : calls) {
+        nSets += call.opt == IA_CMD_OPT_SET ? 1 : 0;
+    }
+    say("log: %zu ISP calls (%zu set), %zu video notifications", calls.size(), nSets, notes.size());
+    return nLines;
+}
+
+void Session::skipLog(size_t& p_nCalls, size_t& p_nSets, size_t& p_nNotifications) {
+    std::vector<ispsim::Call> calls = newCalls();
+    p_nCalls = calls.size();
+    p_nSets = 0;
+    for (const auto& call : calls) {
+        p_nSets += call.opt == IA_CMD_OPT_SET ? 1 : 0;
+    }
+    p_nNotifications = m_objVideo.drain().size();
+}
+
+} // namespace sensorctl

@@ -1,0 +1,304 @@
+// Commands that need no controller: init-root (lay down a sample device
+// tree) and style merge (the style merge alone, in a temporary root).
+#include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+#include "config/StyleXml.h"
+#include "config/sensor.h"
+#include "platform/posix/PlatformControl.h"
+#include "tools/sensorctl/Commands.h"
+#include "tools/sensorctl/Output.h"
+
+namespace sensorctl {
+
+namespace {
+
+const char* const kModels[] = {"box", "dome", "thermal", "lpr", "fisheye"};
+
+bool isDirectory(const std::string& p_strPath) {
+    struct stat st;
+    return ::stat(p_strPath.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+bool exists(const std::string& p_strPath) {
+    struct stat st;
+    return ::lstat(p_strPath.c_str(), &st) == 0;
+}
+
+bool isEmptyDirectory(const std::string& p_strPath) {
+    DIR* dir = ::opendir(p_strPath.c_str());
+    if (dir == nullptr) {
+        return false;
+    }
+    bool bEmpty = true;
+    while (dirent* entry = ::readdir(dir)) {
+        if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0) {
+            bEmpty = false;
+            break;
+        }
+    }
+    ::closedir(dir);
+    return bEmpty;
+}
+
+// Directory of the running program.
+std::string programDir() {
+    char szPath[PATH_MAX];
+    ssize_t nLen = ::readlink("/proc/self/exe", szPath, sizeof(szPath) - 1);
+    if (nLen <= 0) {
+        return std::string();
+    }
+    szPath[nLen] = '\0';
+    std::string path(szPath);
+    size_t nSlash = path.rfind('/');
+    return nSlash == std::string::npos ? std::string() : path.substr(0, nSlash);
+}
+
+// Where the sample trees are, in order of preference.
+std::vector<std::string> deviceDirCandidates(const Options& p_stOptions) {
+    std::vector<std::string> dirs;
+    if (p_stOptions.has("devices")) {
+        dirs.push_back(p_stOptions.devicesDir);
+        return dirs;
+    }
+    const char* szEnv = std::getenv("TARNIX_DEVICES_DIR");
+    if (szEnv != nullptr && *szEnv != '\0') {
+        dirs.push_back(szEnv);
+    }
+    std::string exeDir = programDir();
+    if (!exeDir.empty()) {
+        dirs.push_back(exeDir + "/../" SENSORCTL_RELATIVE_DEVICES_DIR);
+    }
+    dirs.push_back(SENSORCTL_INSTALL_DEVICES_DIR);
+    dirs.push_back(SENSORCTL_SOURCE_DEVICES_DIR);
+    return dirs;
+}
+
+void makeDirs(const std::string& p_strDir) {
+    std::string partial;
+    std::stringstream ss(p_strDir);
+    std::string piece;
+    if (!p_strDir.empty() && p_strDir[0] == '/') {
+        partial = "/";
+    }
+    while (std::getline(ss, piece, '/')) {
+        if (piece.empty()) {
+            continue;
+        }
+        partial += piece + "/";
+        if (::mkdir(partial.c_str(), 0755) != 0 && errno != EEXIST) {
+            runtimeError("cannot create directory " + partial + ": " + std::strerror(errno));
+        }
+    }
+}
+
+// Copies the tree; returns the number of files copied.
+size_t copyTree(const std::string& p_strFrom, const std::string& p_strTo, int p_nDepth) {
+    if (p_nDepth > 64) {
+        runtimeError("the sample tree " + p_strFrom + " is nested too deeply");
+    }
+    makeDirs(p_strTo);
+    DIR* dir = ::opendir(p_strFrom.c_str());
+    if (dir == nullptr) {
+        runtimeError("cannot read " + p_strFrom + ": " + std::strerror(errno));
+    }
+    size_t nFiles = 0;
+    std::vector<std::string> names;
+    while (dirent* entry = ::readdir(dir)) {
+        std::string name = entry->d_name;
+        if (name != "." && name != "..") {
+            names.push_back(name);
+        }
+    }
+    ::closedir(dir);
+    for (const std::string& name : names) {
+        std::string src = p_strFrom + "/" + name;
+        std::string dst = p_strTo + "/" + name;
+        struct stat st;
+        if (::stat(src.c_str(), &st) != 0) {
+            continue;
+        }
+        if (S_ISDIR(st.st_mode)) {
+            nFiles += copyTree(src, dst, p_nDepth + 1);
+        } else if (S_ISREG(st.st_mode)) {
+            std::ifstream in(src, std::ios::binary);
+            std::ofstream out(dst, std::ios::binary | std::ios::trunc);
+            char chunk[8192];
+            while (in && out) {
+                in.read(chunk, sizeof(chunk));
+                out.write(chunk, in.gcount());
+            }
+            out.flush();
+            if (in.bad() || !in.eof() || !out) {
+                runtimeError("cannot copy " + src + " to " + dst);
+            }
+            ++nFiles;
+        }
+    }
+    return nFiles;
+}
+
+std::string readWholeFile(const std::string& p_strPath, const std::string& p_strWhat) {
+    struct stat st;
+    if (::stat(p_strPath.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) {
+        runtimeError("cannot read the " + p_strWhat + " file " + p_strPath +
+                     (errno != 0 ? std::string(": ") + std::strerror(errno) : std::string()));
+    }
+    std::ifstream in(p_strPath, std::ios::binary);
+    if (!in) {
+        runtimeError("cannot read the " + p_strWhat + " file " + p_strPath);
+    }
+    std::stringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+}
+
+// Usage error naming the place when the text is not a well-formed document.
+void checkXml(const std::string& p_strText, const std::string& p_strPath) {
+    if (p_strText.find('\0') != std::string::npos) {
+        runtimeError(p_strPath + " is not a style document: it holds a zero byte");
+    }
+    TiXmlDocument doc;
+    if (!LoadMem(doc, p_strText.c_str(), TIXML_ENCODING_UTF8) || doc.RootElement() == nullptr) {
+        runtimeError(format("%s is not well-formed XML (%s, line %d, column %d)", p_strPath.c_str(),
+                            doc.Error() ? doc.ErrorDesc() : "no root element", doc.ErrorRow(), doc.ErrorCol()));
+    }
+}
+
+void removeTree(const std::string& p_strDir) {
+    DIR* dir = ::opendir(p_strDir.c_str());
+    if (dir == nullptr) {
+        ::unlink(p_strDir.c_str());
+        return;
+    }
+    std::vector<std::string> names;
+    while (dirent* entry = ::readdir(dir)) {
+        std::string name = entry->d_name;
+        if (name != "." && name != "..") {
+            names.push_back(name);
+        }
+    }
+    ::closedir(dir);
+    for (const std::string& name : names) {
+        std::string path = p_strDir + "/" + name;
+        struct stat st;
+        if (::lstat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
+            removeTree(path);
+        } else {
+            ::unlink(path.c_str());
+        }
+    }
+    ::rmdir(p_strDir.c_str());
+}
+
+} // namespace
+
+void runInitRoot(const Options& p_stOptions) {
+    expectArgs(p_stOptions, 1, 1, 1, "init-root DIR --model box|dome|thermal|lpr|fisheye");
+    const std::string& target = p_stOptions.words[1];
+    if (!p_stOptions.has("model")) {
+        usageError("init-root needs --model box|dome|thermal|lpr|fisheye");
+    }
+    bool bKnown = false;
+    for (const char* model : kModels) {
+        bKnown = bKnown || p_stOptions.model == model;
+    }
+    if (!bKnown) {
+        usageError("unknown model '" + p_stOptions.model + "'; choose box, dome, thermal, lpr or fisheye");
+    }
+    if (exists(target) && !(isDirectory(target) && isEmptyDirectory(target))) {
+        runtimeError("'" + target + "' already exists and is not an empty directory");
+    }
+    std::string source;
+    for (const std::string& dir : deviceDirCandidates(p_stOptions)) {
+        if (isDirectory(dir + "/" + p_stOptions.model)) {
+            source = dir + "/" + p_stOptions.model;
+            break;
+        }
+    }
+    if (source.empty()) {
+        runtimeError("no sample device tree '" + p_stOptions.model + "' found" +
+                     (p_stOptions.has("devices") ? " in " + p_stOptions.devicesDir
+                                                 : std::string(" (use --devices DIR or TARNIX_DEVICES_DIR)")));
+    }
+    size_t nFiles = copyTree(source, target, 0);
+    say("init-root: %s holds the '%s' sample device tree (%zu files from %s)", target.c_str(),
+        p_stOptions.model.c_str(), nFiles, source.c_str());
+}
+
+void runStyleMerge(const Options& p_stOptions) {
+    expectArgs(p_stOptions, 2, 0, 0, "style merge --style F --diversity F --detail TEXT");
+    for (const char* name : {"style", "diversity", "detail"}) {
+        if (!p_stOptions.has(name)) {
+            usageError(std::string("style merge needs --") + name);
+        }
+    }
+    if (p_stOptions.detail.size() >= MODULE_DETAIL_LEN) {
+        usageError(format("--detail has %zu characters; a module detail text holds at most %d",
+                          p_stOptions.detail.size(), MODULE_DETAIL_LEN - 1));
+    }
+    errno = 0;
+    std::string style = readWholeFile(p_stOptions.styleFile, "style");
+    errno = 0;
+    std::string diversity = readWholeFile(p_stOptions.diversityFile, "diversity");
+    checkXml(style, p_stOptions.styleFile);
+    checkXml(diversity, p_stOptions.diversityFile);
+
+    // The merge writes "/tmp/merge_style_ch%d.xml" below the device root: a
+    // private root keeps the real /tmp and any device tree untouched.
+    const char* szTmp = std::getenv("TMPDIR");
+    std::string templ = std::string(szTmp != nullptr && *szTmp != '\0' ? szTmp : "/tmp") + "/sensorctl-merge-XXXXXX";
+    std::vector<char> buffer(templ.begin(), templ.end());
+    buffer.push_back('\0');
+    if (::mkdtemp(buffer.data()) == nullptr) {
+        runtimeError("cannot create a temporary directory from " + templ + ": " + std::strerror(errno));
+    }
+    std::string tmpRoot = buffer.data();
+    ::mkdir((tmpRoot + "/tmp").c_str(), 0755);
+    platform::setRoot(tmpRoot);
+
+    ModuleConfig stModule;
+    std::memset(&stModule, 0, sizeof(stModule));
+    std::memcpy(stModule.szLabel1, "xxx", 3);
+    std::memcpy(stModule.szLabel2, "xxx", 3);
+    std::memcpy(stModule.szDetail, p_stOptions.detail.data(), p_stOptions.detail.size());
+
+    char* szStyle = static_cast<char*>(std::malloc(style.size() + 1));
+    if (szStyle == nullptr) {
+        removeTree(tmpRoot);
+        runtimeError("out of memory");
+    }
+    std::memcpy(szStyle, style.c_str(), style.size() + 1);
+    std::vector<char> div(diversity.begin(), diversity.end());
+    div.push_back('\0');
+    mergeStyle(p_stOptions.channel, &stModule, &szStyle, div.data());
+    std::string merged = szStyle != nullptr ? szStyle : "";
+    std::free(szStyle);
+    platform::setRoot("");
+    removeTree(tmpRoot);
+
+    if (merged.empty()) {
+        runtimeError("the merge produced no document (is " + p_stOptions.styleFile + " well-formed XML?)");
+    }
+    if (p_stOptions.has("out")) {
+        std::ofstream out(p_stOptions.out, std::ios::binary | std::ios::trunc);
+        out << merged;
+        out.flush();
+        if (!out) {
+            runtimeError("cannot write " + p_stOptions.out);
+        }
+        say("style merge: %zu bytes written to %s", merged.size(), p_stOptions.out.c_str());
+    } else {
+        writeRaw(merged);
+    }
+}
+
+} // namespace sensorctl

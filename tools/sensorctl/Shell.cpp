@@ -1,0 +1,211 @@
+// sensorctl shell: commands from stdin, one per line, on one live controller
+// whose sensor thread keeps running between them.
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "platform/ia_ioctrl.h"
+#include "platform/posix/PlatformControl.h"
+#include "tools/sensorctl/Commands.h"
+#include "tools/sensorctl/Output.h"
+
+namespace sensorctl {
+
+namespace {
+
+// Longest line the shell accepts.
+constexpr size_t kMaxLine = 64 * 1024;
+
+void printShellHelp() {
+    say("shell commands:");
+    say("  set TEXT | apply TEXT | flush | get IDS | all | style [--summary] | factory");
+    say("  scheme [N] | mode [0|1] | restore KEY | reset | range CMD | shutter get|set N|up|down");
+    say("  zoom [in|out|set POS] | check (a,b,c) | cfg dump FILE | cfg diff A B");
+    say("  clock HH:MM|off   fix the device clock (the scheme schedule reads it)");
+    say("  daynight day|night   set the simulated ISP's day/night state");
+    say("  wait N            let N sensor-thread passes go by");
+    say("  log               ISP calls and video notifications since the last log");
+    say("  help [COMMAND] | quit");
+}
+
+struct ShellState {
+    bool clockFixed = false;
+    int hour = 0;
+    int minute = 0;
+};
+
+void runShellCommand(Session& p_objSession, ShellState& p_stState, const Options& p_stOptions) {
+    const std::string& cmd = p_stOptions.words[0];
+    Device& device = p_objSession.device();
+    if (cmd == "help") {
+        allowOnly(p_stOptions, cmd, {});
+        expectArgs(p_stOptions, 1, 0, 2, "help [COMMAND]");
+        if (p_stOptions.words.size() == 1) {
+            printShellHelp();
+            return;
+        }
+        std::string name = p_stOptions.words[1];
+        if (p_stOptions.words.size() == 3) {
+            name += " " + p_stOptions.words[2];
+        }
+        const CommandHelp* help = findCommandHelp(name);
+        if (help == nullptr) {
+            usageError("no help for '" + name + "'");
+        }
+        printCommandHelp(*help);
+    } else if (cmd == "clock") {
+        allowOnly(p_stOptions, cmd, {});
+        expectArgs(p_stOptions, 1, 0, 1, "clock [HH:MM|off]");
+        if (p_stOptions.words.size() == 2) {
+            const std::string& arg = p_stOptions.words[1];
+            if (arg == "off") {
+                platform::clearClock();
+                p_stState.clockFixed = false;
+            } else if (parseClockText(arg, p_stState.hour, p_stState.minute)) {
+                platform::setClock(p_stState.hour, p_stState.minute);
+                p_stState.clockFixed = true;
+            } else {
+                usageError("bad clock '" + arg + "': expected HH:MM (00:00 to 23:59) or off");
+            }
+        }
+        if (p_stState.clockFixed) {
+            say("clock %02d:%02d", p_stState.hour, p_stState.minute);
+        } else {
+            say("clock real (the host's local time)");
+        }
+    } else if (cmd == "daynight") {
+        allowOnly(p_stOptions, cmd, {});
+        expectArgs(p_stOptions, 1, 1, 1, "daynight day|night");
+        const std::string& arg = p_stOptions.words[1];
+        if (arg != "day" && arg != "night") {
+            usageError("bad day/night state '" + arg + "': expected day or night");
+        }
+        uint32_t value = arg == "day" ? 0 : 1;
+        ispsim::setValue(device.ispChannel(), IA_CMD_DN_STATE, value);
+        say("daynight %s: ISP channel %d reports %u on command %d", arg.c_str(), device.ispChannel(), value,
+            static_cast<int>(IA_CMD_DN_STATE));
+    } else if (cmd == "wait") {
+        allowOnly(p_stOptions, cmd, {});
+        expectArgs(p_stOptions, 1, 1, 1, "wait N");
+        long long passes = integerArg(p_stOptions.words[1], 0, 3600, "number of passes (0 to 3600)");
+        double seconds = static_cast<double>(passes) * platform::timeScale();
+        std::fflush(stdout);
+        std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
+        if (passes > 0) {
+            // One more pass on this thread: the thread's passes are timed by
+            // the clock of a busy host, this one is not. A pass the thread is
+            // running at this moment holds the controller, so either way the
+            // next command sees what a pass decides now.
+            p_objSession.controller().sensorThread();
+        }
+        say("wait %lld: %lld sensor-thread passes (%.0f ms)", passes, passes, seconds * 1000.0);
+    } else if (cmd == "log") {
+        allowOnly(p_stOptions, cmd, {});
+        expectArgs(p_stOptions, 1, 0, 0, "log");
+        p_objSession.printLog();
+    } else if (cmd == "cfg") {
+        allowOnly(p_stOptions, cmd, {});
+        runCfg(p_stOptions, device.root());
+    } else if (cmd == "style" && p_stOptions.words.size() > 1 && p_stOptions.words[1] == "merge") {
+        usageError("'style merge' is not available in the shell");
+    } else if (isControllerCommand(cmd)) {
+        allowOnly(p_stOptions, cmd, controllerCommandOptions(cmd));
+        runControllerCommand(p_objSession, p_stOptions);
+    } else if (cmd == "init-root" || cmd == "shell") {
+        usageError("'" + cmd + "' is not available in the shell");
+    } else {
+        usageError("unknown command '" + cmd + "' (type help)");
+    }
+}
+
+} // namespace
+
+int runShell(const Options& p_stOptions) {
+    Device device(p_stOptions);
+    bool bInteractive = ::isatty(STDIN_FILENO) != 0;
+    ShellState state;
+    if (p_stOptions.has("clock")) {
+        state.clockFixed = true;
+        state.hour = p_stOptions.clockHour;
+        state.minute = p_stOptions.clockMinute;
+    }
+    size_t nCommands = 0;
+    size_t nFailed = 0;
+    {
+        Session session(device);
+        size_t nCalls = 0;
+        size_t nSets = 0;
+        size_t nNotes = 0;
+        session.skipLog(nCalls, nSets, nNotes);
+        int nScheme = -1;
+        int nMode = -1;
+        session.controller().getParamScheme(nScheme);
+        session.controller().getParamMode(nMode);
+        say("shell: channel %d of %s initialised: scheme %d, mode %d; init made %zu ISP calls (%zu set), "
+            "%zu video notifications",
+            device.cameraId(), device.root().c_str(), nScheme, nMode, nCalls, nSets, nNotes);
+        if (bInteractive) {
+            say("type help for the commands, quit to leave");
+        }
+        std::string line;
+        while (true) {
+            if (bInteractive) {
+                std::fputs("sensorctl> ", stdout);
+            }
+            std::fflush(stdout);
+            if (!std::getline(std::cin, line)) {
+                break;
+            }
+            size_t nFirst = line.find_first_not_of(" \t\r");
+            if (nFirst == std::string::npos || line[nFirst] == '#') {
+                continue;
+            }
+            size_t nLast = line.find_last_not_of(" \t\r");
+            line = line.substr(nFirst, nLast - nFirst + 1);
+            if (!bInteractive) {
+                std::printf("sensorctl> %s\n", line.size() > 200 ? (line.substr(0, 200) + " ...").c_str()
+                                                                  : line.c_str());
+            }
+            if (line == "quit" || line == "exit") {
+                break;
+            }
+            ++nCommands;
+            try {
+                if (line.size() > kMaxLine) {
+                    usageError("line too long");
+                }
+                std::vector<std::string> words;
+                if (!splitLine(line, words)) {
+                    usageError("unterminated quote");
+                }
+                Options options = parseOptions(words);
+                if (options.words.empty()) {
+                    usageError("no command");
+                }
+                if (options.help) {
+                    std::string name = options.words[0];
+                    const CommandHelp* help = findCommandHelp(name);
+                    if (help == nullptr) {
+                        usageError("unknown command '" + name + "' (type help)");
+                    }
+                    printCommandHelp(*help);
+                    continue;
+                }
+                runShellCommand(session, state, options);
+            } catch (const ToolError& e) {
+                ++nFailed;
+                printError(e.what());
+            }
+        }
+    }
+    device.saveIspState();
+    say("shell: %zu commands, %zu failed", nCommands, nFailed);
+    return nFailed == 0 ? kExitOk : kExitFailure;
+}
+
+} // namespace sensorctl
