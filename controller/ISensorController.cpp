@@ -49,16 +49,18 @@ ISensorController::ISensorController()
 }
 
 ISensorController::~ISensorController() {
+    // The arrays belong to uinit; a controller destroyed without it (or one
+    // whose parts were built without init) still gives its memory back.
+    if (m_ppUserKeyVal != nullptr || m_pKeyCmdMap != nullptr || m_pstKeyValTmp != nullptr ||
+        m_pstKeyValText != nullptr || m_pstKeyValLpr != nullptr || m_pKeyValBlock != nullptr ||
+        m_stSysConf.szUIStyle != nullptr) {
+        setFlag(FLAG_INITED, true);
+        uinit();
+    }
     if (m_pSensorThread != nullptr) {
         m_pSensorThread->stop();
         delete m_pSensorThread;
         m_pSensorThread = nullptr;
-    }
-    // The arrays belong to uinit; a host that destroys an initialised
-    // controller without uinit still gets its memory back.
-    if (m_ppUserKeyVal != nullptr || m_pKeyCmdMap != nullptr || m_pstKeyValTmp != nullptr ||
-        m_pstKeyValText != nullptr || m_pstKeyValLpr != nullptr || m_pKeyValBlock != nullptr) {
-        uinit();
     }
 }
 

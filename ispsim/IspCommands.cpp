@@ -38,11 +38,13 @@ bool isThrCmd(uint32_t p_nCmd) {
 
 bool isTimeCmd(uint32_t p_nCmd) { return p_nCmd >= kCmdDtnHour && p_nCmd <= kCmdNtdMin; }
 
-// First stored word of a command, 0 when never set.
+// First stored word of a command. A command never set holds its power-on
+// value: the default of its dynamic range when it has one, else 0.
 uint32_t storedWord(const ChannelState& p_stChannel, uint32_t p_nCmd) {
     auto it = p_stChannel.mapValues.find(p_nCmd);
     if (it == p_stChannel.mapValues.end() || it->second.empty()) {
-        return 0;
+        auto dyn = p_stChannel.mapDynamic.find(p_nCmd);
+        return dyn == p_stChannel.mapDynamic.end() ? 0u : static_cast<uint32_t>(dyn->second.nDefault);
     }
     return it->second[0];
 }

@@ -198,3 +198,18 @@ TEST_F(IspSimDynamicTest, CorrectionDoesNotChangeStoredValues) {
 }
 
 } // namespace
+
+TEST(IspSimPowerOn, UnsetDynamicCommandReadsItsDefault) {
+    ispsim::reset();
+    ispsim::setDynamicParam(0, 49, 5, {1, 3, 5, 7});
+    uint32_t value = 99;
+    ASSERT_EQ(0, ia_ioctrl_v2(0, static_cast<ia_cmd_e>(49), 1, &value));
+    EXPECT_EQ(5u, value);
+    uint32_t set = 7;
+    ASSERT_EQ(0, ia_ioctrl_v2(0, static_cast<ia_cmd_e>(49), 0, &set));
+    ASSERT_EQ(0, ia_ioctrl_v2(0, static_cast<ia_cmd_e>(49), 1, &value));
+    EXPECT_EQ(7u, value);
+    uint32_t plain = 99;
+    ASSERT_EQ(0, ia_ioctrl_v2(0, static_cast<ia_cmd_e>(34), 1, &plain));
+    EXPECT_EQ(0u, plain);
+}
