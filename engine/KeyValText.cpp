@@ -25,8 +25,14 @@ template <typename Store> void walkRecords(const std::string& p_strText, Store p
     int nValue = 0;
     size_t nPos = 0;
     const size_t nLength = p_strText.length();
+    // The "(" found last. When a ")" before it ends a pair, the next search
+    // from just after that ")" finds this same "(" again; keeping it avoids
+    // rescanning the text up to it once per such ")".
+    size_t nOpen = std::string::npos;
     while (nPos < nLength) {
-        size_t nOpen = p_strText.find('(', nPos);
+        if (nOpen == std::string::npos || nOpen < nPos) {
+            nOpen = p_strText.find('(', nPos);
+        }
         if (nOpen == std::string::npos || nOpen == nLength - 1) {
             break;
         }

@@ -346,6 +346,26 @@ TEST_F(ApplyLoopTest, IrCapChecksTheNearKeyAgainstTheFarKey) {
     EXPECT_EQ((CallList{{163, 30}}), setCalls());
 }
 
+TEST_F(ApplyLoopTest, IrCapIsCheckedBeforeTheTwinRule) {
+    BareController bare(tarnix_test::typicalFactoryList(), 4);
+    bare.setLimitedIrPower(true);
+    bare.set(0, 224, 2);
+    bare.set(0, 163, 60);
+    // Under the intelligent light type the plain far key is not live, but the
+    // cap still refuses it first.
+    KeyVal rec = {167, 50};
+    EXPECT_EQ(-167, bare->setParameters(&rec, 1, true));
+    EXPECT_TRUE(ispsim::calls().empty());
+    EXPECT_EQ(30u, bare.value(0, 167));
+    // Within the cap it is skipped by the twin rule: not applied, not cached.
+    rec.value = 40;
+    captureStdout();
+    EXPECT_EQ(0, bare->setParameters(&rec, 1, true));
+    EXPECT_EQ("\n", capturedStdout());
+    EXPECT_TRUE(ispsim::calls().empty());
+    EXPECT_EQ(30u, bare.value(0, 167));
+}
+
 TEST_F(ApplyLoopTest, IrCapReadsTheIspWithTheOwnKeyWhenThePartnerIsNotCached) {
     // No KEY_IR_MANUAL_STRG_NEAR in the rows.
     BareController bare({{167, 10}, {34, 50}}, 2);

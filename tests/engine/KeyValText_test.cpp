@@ -1,6 +1,8 @@
 // Text form of parameter lists.
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 #include "engine/KeyValText.h"
 
 namespace {
@@ -66,6 +68,20 @@ TEST(KeyValTextTest, ClosingBracketBeforeTheOpeningOneYieldsNoRecordForThatPair)
     // the ")" and then finds (7,8).
     EXPECT_TRUE(same({{7, 8}}, parse(")(7,8)")));
     EXPECT_TRUE(same({{1, 2}, {9, 9}}, parse("(1,2))(9,9)")));
+}
+
+TEST(KeyValTextTest, ManyClosingBracketsBeforeARecordAreWalkedOnce) {
+    // Every ")" before the "(" ends a pair without a record; the text is
+    // walked in one pass, so a long run of them is cheap.
+    std::string text(1000000, ')');
+    text += "(3,4)";
+    auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(1u, keyval_count(text));
+    EXPECT_TRUE(same({{3, 4}}, parse(text)));
+    auto elapsed = std::chrono::steady_clock::now() - start;
+    EXPECT_LT(std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count(), 5000);
+    // Mixed with records the result is that of the records alone.
+    EXPECT_TRUE(same({{1, 2}, {5, 6}}, parse("(1,2))))(5,6)")));
 }
 
 TEST(KeyValTextTest, TextBetweenRecordsIsIgnored) {
