@@ -293,9 +293,11 @@ TEST_F(SensorctlControllerTest, RangeShowsTheIspList) {
 }
 
 TEST_F(SensorctlControllerTest, ShutterStepsThroughTheIspList) {
-    // A fresh ISP holds no maximum shutter of its list yet.
-    expectError(onCam({"shutter", "get"}), 1, "not in its list of shutter values");
-    RunResult r = onCam({"shutter", "set", "4"});
+    // A fresh ISP holds the power-on default of its list (6, index 4).
+    RunResult r = onCam({"shutter", "get"});
+    ASSERT_EQ(0, r.code) << r.err;
+    EXPECT_TRUE(hasLine(r.out, "sensorctl: shutter index 4")) << r.out;
+    r = onCam({"shutter", "set", "4"});
     ASSERT_EQ(0, r.code) << r.err;
     EXPECT_TRUE(hasLine(r.out, "sensorctl: shutter set -> index 4")) << r.out;
     EXPECT_TRUE(hasLine(r.out, "sensorctl: flush -> 0: scheme 0 stored in /mnt/mtd/code/config_file/sensor1_0.cfg"));
@@ -309,6 +311,9 @@ TEST_F(SensorctlControllerTest, ShutterStepsThroughTheIspList) {
     EXPECT_TRUE(hasLine(r.out, "sensorctl: shutter down -> index 4")) << r.out;
     expectError(onCam({"shutter", "set", "99"}), 1, "shutter set failed");
     expectError(onCam({"shutter", "set", "-1"}), 1, "shutter set failed");
+    // A maximum shutter the ISP does not list cannot be located.
+    ASSERT_EQ(0, onCam({"set", "(49,1)"}).code);
+    expectError(onCam({"shutter", "get"}), 1, "not in its list of shutter values");
     expectError(onCam({"shutter", "left"}), 2, "unknown shutter action 'left'");
     expectError(onCam({"shutter", "set"}), 2, "usage: shutter set N");
     expectError(onCam({"shutter"}), 2, "missing argument");
