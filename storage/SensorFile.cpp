@@ -35,8 +35,14 @@ void commitTemp(PXFile& file, const std::string& temp, const char* file_name, bo
     file.close();
     if (synced && fileOps().rename(temp.c_str(), file_name)) {
         fileOps().syncDir(file_name);
-    } else {
-        fileOps().remove(temp.c_str());
+        return;
+    }
+    fileOps().remove(temp.c_str());
+    if (complete) {
+        // The data was written but could not be made durable or put in
+        // place: the old file stays, which only a warning tells.
+        SENSOR_TRACE(TRACE_WARN, "file_name(%s) not replaced, %s failed, the previous file is kept\n",
+                     file_name != nullptr ? file_name : "", synced ? "rename" : "sync");
     }
 }
 
@@ -55,7 +61,9 @@ int loadFromFile(const char* file_name, void* buffer, INT64 length) {
     if (!file.open(file_name, 1)) {
         return -1;
     }
-    if (buffer == nullptr && length > 0) {
+    // No read can match a negative length; refusing it before the read keeps
+    // its 32-bit form from overrunning the caller's buffer.
+    if (length < 0 || (buffer == nullptr && length > 0)) {
         return -1;
     }
     // The read length is taken as 32 bits.
@@ -70,11 +78,14 @@ int loadFromFile(const char* file_name, void* buffer, INT64 length) {
 int saveToFile(char* file_name, char* data, INT64 length) {
     std::string temp = tempNameOf(file_name);
     PXFile file;
-    bool bOpened = fileOps().open(file, temp.c_str(), PXFile::modeWrite | PXFile::modeTruncate);
+    bool bOpened =
+        file_name != nullptr && fileOps().open(file, temp.c_str(), PXFile::modeWrite | PXFile::modeTruncate);
     SENSOR_ASSERT_AT(46, bOpened, "file.open(file_name, PXFile::modeWrite | PXFile::modeTruncate)",
                      "file_name(%s)\n", file_name != nullptr ? file_name : "");
     unsigned int file_len = static_cast<unsigned int>(length);
-    int nSize = data != nullptr ? fileOps().write(file, data, file_len) : 0;
+    // A negative length names no data: nothing is written (and nothing is read
+    // past the caller's buffer), so the write is reported as short.
+    int nSize = (data != nullptr && length >= 0) ? fileOps().write(file, data, file_len) : 0;
     SENSOR_ASSERT_AT(47, static_cast<INT64>(file_len) == nSize, "file_len == (nSize=file.write(data, file_len))",
                      "file_len(%d)\n", static_cast<int>(length));
     if (bOpened) {
@@ -101,7 +112,8 @@ int keyValFromFile(char* file_name, KeyVal* records, u32 count) {
 int keyValToFile(char* file_name, KeyVal* records, u32 count) {
     std::string temp = tempNameOf(file_name);
     PXFile file;
-    bool bOpened = fileOps().open(file, temp.c_str(), PXFile::modeWrite | PXFile::modeTruncate);
+    bool bOpened =
+        file_name != nullptr && fileOps().open(file, temp.c_str(), PXFile::modeWrite | PXFile::modeTruncate);
     SENSOR_ASSERT_AT(70, bOpened, "file.open(file_name, PXFile::modeWrite | PXFile::modeTruncate)",
                      "file_name(%s)\n", file_name != nullptr ? file_name : "");
     unsigned int nWant = clampLength(static_cast<INT64>(sizeof(KeyVal)) * count);

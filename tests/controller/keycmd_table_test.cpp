@@ -1,6 +1,7 @@
 // The key-command table: row order, commands, handlers and names.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <set>
 #include <string>
@@ -21,6 +22,9 @@ protected:
         Peer::buildKeyCmdMap(*controller);
     }
     void TearDown() override {
+        // The table was built without init, so no uinit releases it.
+        std::free(Peer::keyCmdMap(*controller));
+        Peer::keyCmdMap(*controller) = nullptr;
         controller.reset();
         TarnixTest::TearDown();
     }

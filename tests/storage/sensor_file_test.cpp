@@ -240,3 +240,91 @@ TEST_F(SensorFileTest, LoadTraceIsADebugTraceInColour37) {
     EXPECT_EQ("\033[0m\033[37m[sensor dbg] file:SensorFile.cpp fun:loadFromFile line:33\nopen file:/hd1/a.xml\n\033[0m",
               capturedStdout());
 }
+
+TEST_F(SensorFileTest, SchemeSaveIntoMissingDirectoryReportsOpenAndSizeAndReturnsZero) {
+    char name[] = "/no/such/dir/sensor1_0.cfg";
+    auto records = sample();
+    captureStdout();
+    EXPECT_EQ(0, keyValToFile(name, records.data(), 3));
+    std::string out = capturedStdout();
+    EXPECT_EQ(2u, countOccurrences(out, "~~~Assertion failed."));
+    EXPECT_NE(std::string::npos, out.find("fun:keyValToFile line:70\n"
+                                          "file.open(file_name, PXFile::modeWrite | PXFile::modeTruncate)   "
+                                          "~~~Assertion failed.\n"));
+    EXPECT_NE(std::string::npos, out.find("file_name(/no/such/dir/sensor1_0.cfg)\n"));
+    EXPECT_NE(std::string::npos, out.find("fun:keyValToFile line:73\n"
+                                          "nSize == sizeof(KeyVal)*p_nKeyValSum   ~~~Assertion failed.\n"));
+    EXPECT_NE(std::string::npos, out.find("nSize(0) sizeof(KeyVal) = 8, p_nKeyValNum(3)\n"));
+    EXPECT_FALSE(fileExists(name));
+}
+
+TEST_F(SensorFileTest, ShortSaveReportsAndReturnsTheCountWritten) {
+    CountingOps ops;
+    ops.shortBy = 3;
+    OpsGuard guard(&ops);
+    char name[] = "/mnt/mtd/code/config_file/short.bin";
+    char data[] = "abcd";
+    captureStdout();
+    EXPECT_EQ(1, saveToFile(name, data, 4));
+    std::string out = capturedStdout();
+    EXPECT_EQ(1u, countOccurrences(out, "~~~Assertion failed."));
+    EXPECT_NE(std::string::npos, out.find("fun:saveToFile line:47\n"
+                                          "file_len == (nSize=file.write(data, file_len))   ~~~Assertion failed.\n"));
+    EXPECT_NE(std::string::npos, out.find("file_len(4)\n"));
+}
+
+TEST_F(SensorFileTest, StampWriteCountsAsDoneWhenAnyByteWasWritten) {
+    // The result is -1 only below one byte written; a short stamp write is
+    // reported by the save but setVersion still answers 0.
+    CountingOps ops;
+    ops.shortBy = 3;
+    OpsGuard guard(&ops);
+    captureStdout();
+    EXPECT_EQ(0, setVersion(8));
+    EXPECT_EQ(1u, countOccurrences(capturedStdout(), "~~~Assertion failed."));
+    ops.shortBy = 4;
+    captureStdout();
+    EXPECT_EQ(-1, setVersion(8));
+    capturedStdout();
+}
+
+TEST_F(SensorFileTest, NegativeLengthsTransferNothing) {
+    writeFile("/hd1/a.xml", "0123456789");
+    char buffer[4] = {'a', 'b', 'c', 'd'};
+    EXPECT_EQ(-1, loadFromFile("/hd1/a.xml", buffer, -1));
+    EXPECT_EQ(0, std::memcmp(buffer, "abcd", 4));
+    writeFile("/hd1/b.bin", "keep");
+    char name[] = "/hd1/b.bin";
+    captureStdout();
+    EXPECT_EQ(0, saveToFile(name, buffer, -1));
+    std::string out = capturedStdout();
+    EXPECT_NE(std::string::npos, out.find("fun:saveToFile line:47\n"));
+    EXPECT_NE(std::string::npos, out.find("file_len(-1)\n"));
+}
+
+namespace {
+// A file layer whose sync always fails.
+class FailingSyncOps : public tarnix::storage::FileOps {
+public:
+    bool sync(PXFile&) override { return false; }
+};
+} // namespace
+
+TEST_F(SensorFileTest, FailedSyncKeepsTheOldFileAndWarns) {
+    FailingSyncOps ops;
+    OpsGuard guard(&ops);
+    char name[] = "/mnt/mtd/code/config_file/sensor1_0.cfg";
+    writeFile(name, "previous");
+    auto records = sample();
+    setDebugMarker("4");
+    captureStdout();
+    EXPECT_EQ(0, keyValToFile(name, records.data(), 3));
+    std::string out = capturedStdout();
+    EXPECT_NE(std::string::npos, out.find("[sensor warn] file:SensorFile.cpp fun:commitTemp"));
+    EXPECT_NE(std::string::npos,
+              out.find("file_name(/mnt/mtd/code/config_file/sensor1_0.cfg) not replaced, sync failed, the previous "
+                       "file is kept\n"));
+    EXPECT_EQ("previous", readFile(name));
+    EXPECT_FALSE(fileExists(std::string(name) + ".tmp"));
+    EXPECT_NE(std::string::npos, errorLog().find("not replaced, sync failed"));
+}
