@@ -62,12 +62,33 @@ void printColourPrefix(int colour) { std::printf("\033[%dm\033[%dm", 0, colour);
 
 void printColourReset() { std::printf("\033[0m"); }
 
-// Formats into a bounded buffer; longer texts are cut.
-void formatInto(char* buffer, size_t size, const char* fmt, va_list args) {
-    buffer[0] = '\0';
-    if (fmt != nullptr) {
-        std::vsnprintf(buffer, size, fmt, args);
+// Formats a message of any length (the merged style shown at a high debug
+// level is tens of kilobytes). The console gets the whole text.
+std::string formatText(const char* fmt, va_list args) {
+    if (fmt == nullptr) {
+        return std::string();
     }
+    char small[512];
+    va_list copy;
+    va_copy(copy, args);
+    int nLen = std::vsnprintf(small, sizeof(small), fmt, copy);
+    va_end(copy);
+    if (nLen < 0) {
+        return std::string();
+    }
+    if (static_cast<size_t>(nLen) < sizeof(small)) {
+        return std::string(small, static_cast<size_t>(nLen));
+    }
+    std::string text(static_cast<size_t>(nLen) + 1, '\0');
+    std::vsnprintf(&text[0], text.size(), fmt, args);
+    text.resize(static_cast<size_t>(nLen));
+    return text;
+}
+
+// An error-log entry keeps at most kMaxMessage - 1 characters of its text.
+std::string forLog(const std::string& text) {
+    const size_t nMax = static_cast<size_t>(tarnix::diag::kMaxMessage) - 1;
+    return text.size() > nMax ? text.substr(0, nMax) : text;
 }
 
 void writeErrorLog(const char* tag, const char* text) {
@@ -104,15 +125,14 @@ void trace(TraceKind kind, int colour, const char* file, const char* func, int l
         return;
     }
     KindInfo info = kindInfo(kind);
-    char message[kMaxMessage];
     va_list args;
     va_start(args, fmt);
-    formatInto(message, sizeof(message), fmt, args);
+    std::string message = formatText(fmt, args);
     va_end(args);
 
     printColourPrefix(colour >= 0 ? colour : info.colour);
     std::printf("%s file:%s fun:%s line:%d\n", info.tag, file, func, line);
-    std::fputs(message, stdout);
+    std::fputs(message.c_str(), stdout);
     printColourReset();
 
     if (kind == TRACE_WARN) {
@@ -121,7 +141,7 @@ void trace(TraceKind kind, int colour, const char* file, const char* func, int l
         char header[kMaxMessage];
         std::snprintf(header, sizeof(header), "file:%s fun:%s line:%d\n", file, func, line);
         logger.writeLog(info.tag, header);
-        logger.writeLog(info.tag, message);
+        logger.writeLog(info.tag, forLog(message).c_str());
     }
 }
 
@@ -130,13 +150,12 @@ void line(int levelAbove, int colour, const char* fmt, ...) {
     if (!(g_nDebugLevel.load() > levelAbove)) {
         return;
     }
-    char message[kMaxMessage];
     va_list args;
     va_start(args, fmt);
-    formatInto(message, sizeof(message), fmt, args);
+    std::string message = formatText(fmt, args);
     va_end(args);
     printColourPrefix(colour);
-    std::fputs(message, stdout);
+    std::fputs(message.c_str(), stdout);
     printColourReset();
 }
 
@@ -162,12 +181,12 @@ void assertFailed(const char* file, const char* func, int line, const char* pret
     if (g_nDebugLevel.load() >= 0) {
         va_list args;
         va_start(args, fmt);
-        formatInto(buffer, sizeof(buffer), fmt, args);
+        std::string detail = formatText(fmt, args);
         va_end(args);
         printColourPrefix(31);
-        std::fputs(buffer, stdout);
+        std::fputs(detail.c_str(), stdout);
         printColourReset();
-        writeErrorLog(kTagAssert, buffer);
+        writeErrorLog(kTagAssert, forLog(detail).c_str());
     }
 
     if (g_bEnAssert.load()) {
@@ -182,20 +201,19 @@ void report(const char* file, const char* func, int line, const char* fmt, ...) 
         return;
     }
     char header[kMaxMessage];
-    char message[kMaxMessage];
     std::snprintf(header, sizeof(header), "file:%s fun:%s line:%d\n", file, func, line);
     va_list args;
     va_start(args, fmt);
-    formatInto(message, sizeof(message), fmt, args);
+    std::string message = formatText(fmt, args);
     va_end(args);
     printColourPrefix(31);
     std::printf("%s %s", kTagAssert, header);
-    std::fputs(message, stdout);
+    std::fputs(message.c_str(), stdout);
     printColourReset();
     PXLogger logger;
     logger.init(kErrorLogFile, kErrorLogSize, kErrorLogFiles);
     logger.writeLog(kTagAssert, header);
-    logger.writeLog(kTagAssert, message);
+    logger.writeLog(kTagAssert, forLog(message).c_str());
 }
 
 } // namespace diag

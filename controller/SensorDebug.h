@@ -22,7 +22,8 @@ namespace diag {
 
 enum TraceKind { TRACE_ERR, TRACE_WARN, TRACE_INFO, TRACE_DBG };
 
-// Longest text of one console message or log entry; longer texts are cut.
+// Longest text of one error-log entry; longer texts are cut there (the
+// console always gets the whole text).
 constexpr int kMaxMessage = 4096;
 
 // A tagged trace of the given kind; colour < 0 takes the kind's own colour.

@@ -170,15 +170,17 @@ TEST_F(DiagnosticsTest, LevelChangesWhileRunningAreSeenAtTheNextReport) {
     EXPECT_EQ(std::string::npos, out.find("third"));
 }
 
-TEST_F(DiagnosticsTest, LongMessagesAreCutNotOverflowed) {
+TEST_F(DiagnosticsTest, LongMessagesReachTheConsoleWholeAndTheLogCut) {
     setDebugMarker("6");
     std::string huge(100000, 'x');
     captureStdout();
-    SENSOR_TRACE(TRACE_DBG, "%s\n", huge.c_str());
-    failingAssertEmptyDetail();
+    SENSOR_TRACE(TRACE_WARN, "%s\n", huge.c_str());
+    SENSOR_ASSERT_AT(9, false, "false", "%s", huge.c_str());
     std::string out = capturedStdout();
-    EXPECT_LT(out.size(), 3u * tarnix::diag::kMaxMessage);
-    EXPECT_NE(std::string::npos, out.find("xxxx"));
+    EXPECT_EQ(2u, countOccurrences(out, huge));
+    std::string log = errorLog();
+    EXPECT_EQ(std::string::npos, log.find(huge));
+    EXPECT_NE(std::string::npos, log.find(std::string(tarnix::diag::kMaxMessage - 1, 'x')));
 }
 
 TEST_F(DiagnosticsTest, ReportLineUnderAssertTagWithoutAbort) {
