@@ -130,6 +130,26 @@ TEST_F(LifecycleTest, InitNeverAbortsWithoutStyleFiles) {
     EXPECT_FALSE(Peer::thread(c)->isRunning());
 }
 
+TEST_F(LifecycleTest, InitReportsEachFailedStepWithItsOwnText) {
+    // No configuration files and no parameter directory. The configuration
+    // step reports its own failures and still returns 0, so init's check of
+    // it stays quiet; the version stamp cannot be written and init reports
+    // that with its own text, then goes on to the end.
+    C c;
+    captureStdout();
+    EXPECT_TRUE(c.init(module("(max_scheme=1)")));
+    capturedStdout();
+    const std::string log = errorLog();
+    EXPECT_NE(std::string::npos, log.find("fun:initSysConf")) << log.substr(0, 2000);
+    EXPECT_EQ(std::string::npos, log.find("SNS_SUCCESS == initSysConf(")) << log.substr(0, 2000);
+    EXPECT_NE(std::string::npos, log.find("SNS_SUCCESS == setVersion(m_nVersion)   ~~~Assertion failed."))
+        << log.substr(0, 2000);
+    EXPECT_NE(std::string::npos, log.find("m_nVersion(8)\n")) << log.substr(0, 2000);
+    EXPECT_NE(std::string::npos, log.find("fun:init")) << log.substr(0, 2000);
+    EXPECT_EQ(1, c.getSensorStatus());
+    c.uinit();
+}
+
 TEST_F(LifecycleTest, MissingSchemeZeroFileStartsWithoutPolicy) {
     // The style's scheme mode is 1, but a new scheme 0 starts with mode 0 and
     // the factory row keeps that 0 (and so do the schemes written after it).
