@@ -250,6 +250,8 @@ private:
     void reserveKeyValTmp(u32 n);
     // The pass body of the sensor thread, run with the apply gate held.
     void sensorPass();
+    // The pass's non-forced switch to nScheme, skipped when it is current or busy.
+    void switchIfNeeded(int nScheme);
 
     SysConfig m_stSysConf;
     int m_nCameraID;

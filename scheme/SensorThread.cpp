@@ -41,6 +41,16 @@ int ISensorController::sensorThread() {
     return 0;
 }
 
+// A non-forced switch to nScheme unless it is already current or a busy
+// flag holds scheme changes back.
+void ISensorController::switchIfNeeded(int nScheme) {
+    if (nScheme == m_nCurScheme.load() || isBusy()) {
+        return;
+    }
+    SENSOR_ASSERT_T(SNS_SUCCESS == switch_to(nScheme, false), "SNS_SUCCESS == switch_to(nScheme)", "nScheme(%d)\n",
+                    nScheme);
+}
+
 void ISensorController::sensorPass() {
     // Pending action posted by any channel's doIoCrtl; it belongs to one channel.
     if (m_nCameraID == m_nChanneldDosomething.load()) {
@@ -64,15 +74,7 @@ void ISensorController::sensorPass() {
         if (!getDNState(nState)) {
             nState = 0; // a failed read counts as day
         }
-        nScheme = dayNightScheme(nState);
-        if (nScheme == m_nCurScheme.load()) {
-            return;
-        }
-        if (isBusy()) {
-            return;
-        }
-        SENSOR_ASSERT_T(SNS_SUCCESS == switch_to(nScheme, false), "SNS_SUCCESS == switch_to(nScheme)", "nScheme(%d)\n",
-                        nScheme);
+        switchIfNeeded(dayNightScheme(nState));
         return;
     }
 
@@ -84,14 +86,7 @@ void ISensorController::sensorPass() {
                     "SNS_SUCCESS == judgeCurScheme(nScheme, nSchedule)", "nScheme(%d)\n", nScheme);
 
     if (!m_bLprMode) {
-        if (nScheme == m_nCurScheme.load()) {
-            return;
-        }
-        if (isBusy()) {
-            return;
-        }
-        SENSOR_ASSERT_T(SNS_SUCCESS == switch_to(nScheme, false), "SNS_SUCCESS == switch_to(nScheme)", "nScheme(%d)\n",
-                        nScheme);
+        switchIfNeeded(nScheme);
         return;
     }
 
