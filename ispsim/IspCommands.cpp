@@ -13,9 +13,7 @@ namespace {
 
 constexpr uint32_t kCmdDtnThr = 145;
 constexpr uint32_t kCmdNtdThr = 146;
-constexpr uint32_t kCmdDtnHour = 149;
-constexpr uint32_t kCmdDtnMin = 150;
-constexpr uint32_t kCmdNtdHour = 151;
+constexpr uint32_t kCmdDtnHour = 149; // 150 and 151 lie between the two
 constexpr uint32_t kCmdNtdMin = 152;
 constexpr uint32_t kCmdDnSensitivity = 154;
 

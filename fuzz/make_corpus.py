@@ -1,0 +1,277 @@
+#!/usr/bin/env python3
+"""Builds the seed corpora of the fuzz targets under fuzz/corpus/<target>/.
+
+Seeds come from the sample device trees under devices/ (base styles,
+diversity files and module details of every tree, the dynamic parameters of
+each tree's simulator profile, scheme files of the factory lists the styles
+give) and from small hand-written texts for the edge cases of each input
+format. Two seeds nest 100000 elements deep, to show that deep documents are
+refused before they are parsed.
+
+Usage: fuzz/make_corpus.py [OUTDIR]   (default: fuzz/corpus next to this file)
+The output is deterministic; existing seed files of the same names are
+replaced, other files are left alone.
+"""
+import os
+import re
+import struct
+import sys
+import xml.etree.ElementTree as ET
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+DEVICES = os.path.join(os.path.dirname(HERE), "devices")
+STYLE_DIR = "hd1/moduleConfig/sensorConfig/style"
+DIV_DIR = "hd1/moduleConfig/sensorConfig/styleDiversity"
+
+DEEP = 100000
+
+
+def read(path):
+    with open(path, "rb") as f:
+        return f.read()
+
+
+def write(outdir, target, name, data):
+    d = os.path.join(outdir, target)
+    os.makedirs(d, exist_ok=True)
+    with open(os.path.join(d, name), "wb") as f:
+        f.write(data)
+
+
+def details(tree):
+    """Detail texts of the modules of a tree's module configuration."""
+    text = read(os.path.join(DEVICES, tree, "hd1/moduleConfig/moduleConfig.xml")).decode()
+    return [d.encode() for d in re.findall(r"<detail>([^<]*)</detail>", text)]
+
+
+def factory_list(style_bytes):
+    """(id, value) of every element carrying both, in document order."""
+    root = ET.fromstring(style_bytes)
+    out = []
+    for el in root.iter():
+        if "id" in el.attrib and "value" in el.attrib:
+            out.append((int(el.attrib["id"]), int(el.attrib["value"])))
+    return out
+
+
+def profile_dynamics(tree, isp_channel):
+    """Dynamic parameters of one ISP channel of a tree's simulator profile."""
+    path = os.path.join(DEVICES, tree, "isp/profile.conf")
+    if not os.path.exists(path):
+        return []
+    out = []
+    channel = 0
+    for line in read(path).decode().splitlines():
+        line = line.split("#", 1)[0].split()
+        if not line:
+            continue
+        if line[0] == "channel":
+            channel = int(line[1])
+        elif line[0] == "dynamic" and channel == isp_channel:
+            cmd = int(line[1])
+            default = int(line[3])
+            items = [int(x) for x in line[5:]]
+            out.append((cmd, default, items))
+    return out
+
+
+def records_text(pairs):
+    return "".join("(%d,%d)" % (k, v) for k, v in pairs).encode()
+
+
+def records_bytes(pairs):
+    return b"".join(struct.pack("<II", k & 0xFFFFFFFF, v & 0xFFFFFFFF) for k, v in pairs)
+
+
+def dna_header(flags, params):
+    """Header of fuzz_dna_style: flags, count, then per command a raw id."""
+    out = bytes([flags, len(params)])
+    for cmd, default, items in params:
+        out += bytes([0xF0]) + struct.pack("<H", cmd & 0xFFFF) + struct.pack("<h", default)
+        out += bytes([len(items)]) + b"".join(struct.pack("<h", i) for i in items)
+    return out
+
+
+def trees():
+    """(name, tree, ISP channel, style file, diversity file, details) of every
+    tree and style; the thermal style belongs to the second ISP channel."""
+    out = []
+    for tree in sorted(os.listdir(DEVICES)):
+        style_dir = os.path.join(DEVICES, tree, STYLE_DIR)
+        if not os.path.isdir(style_dir):
+            continue
+        dets = details(tree)
+        for style in sorted(os.listdir(style_dir)):
+            suffix = style[len("Style"):-len(".xml")]
+            div = os.path.join(DEVICES, tree, DIV_DIR, "StyleDiversity%s.xml" % suffix)
+            channel = 1 if suffix == "_Thermal" else 0
+            out.append((tree + suffix, tree, channel, os.path.join(style_dir, style), div, dets))
+    return out
+
+
+def item(cmd, value, choices=None, extra=""):
+    if choices is None:
+        return '<item id="%d" value="%d"%s/>' % (cmd, value, extra)
+    opts = "".join('<option index="%d"/>' % c for c in choices)
+    return '<item id="%d" value="%d"%s>%s</item>' % (cmd, value, extra, opts)
+
+
+def style_of(*items, tab="image"):
+    return ('<?xml version="1.0" encoding="UTF-8"?>\n<style><tab key="%s">%s</tab></style>\n'
+            % (tab, "".join(items))).encode()
+
+
+def main():
+    outdir = sys.argv[1] if len(sys.argv) > 1 else os.path.join(HERE, "corpus")
+    deep_closed = b"<a>" * DEEP + b"</a>" * DEEP
+    deep_open = b"<s>" * DEEP
+
+    # ---- fuzz_merge_style: style \0 diversity \0 detail ----
+    t = "fuzz_merge_style"
+    for name, tree, channel, style, div, dets in trees():
+        for i, det in enumerate(dets):
+            write(outdir, t, "%s_module%d" % (name, i), read(style) + b"\0" + read(div) + b"\0" + det)
+    base = style_of(item(34, 50), tab="image").replace(b"</style>", b'<tab key="exposure"/><tab key="image"/></style>')
+    cases = {
+        "five_chars": (b'<d><select sensor="imx291,imx327"><Delete tab_key="image"/></select></d>', b"(sensor=imx32)"),
+        "two_attributes": (b'<select sensor="os04a10" lens="vf2812"><Delete tab_key="exposure"/></select>',
+                           b"(sensor=imx327)(lens=vf2812)"),
+        "modify_in_place": (b'<select usage="general"><Modify tab_key="image"><tab key="image2"/></Modify></select>',
+                            b"(usage=general)"),
+        "addafter_twice": (b'<select usage="general"><AddAfter tab_key="image"><tab key="new"/></AddAfter></select>',
+                           b"(usage=general)"),
+        "empty_selector": (b'<select usage="general"/>', b"(usage=general)"),
+        "unknown_op": (b'<select usage="general"><Rename tab_key="image"><tab/></Rename></select>',
+                       b"(usage=general)"),
+        "op_without_child": (b'<select usage="general"><Modify tab_key="image"/><AddAfter tab_key="image"/></select>',
+                             b"(usage=general)"),
+        "long_detail_value": (b'<select sensor="imx327abcdefgh"><Delete tab_key="image"/></select>',
+                              b"(sensor=imx327abcdefghijklmnop)"),
+        "detail_without_close": (b'<select sensor="imx327"><Delete tab_key="image"/></select>', b"(sensor=imx327"),
+        "substring_field": (b'<select scheme="4"><Delete tab_key="image"/></select>', b"(max_scheme=4)"),
+        "several_selectors": (b'<a usage="x"><Delete tab_key="image"/></a><b usage="general">'
+                              b'<Delete tab_key="image"/></b><c/>', b"(usage=general)"),
+    }
+    for name, (div, det) in sorted(cases.items()):
+        write(outdir, t, name, base + b"\0" + div + b"\0" + det)
+    write(outdir, t, "deep_style_closed", deep_closed + b"\0<select/>\0(sensor=imx327)")
+    write(outdir, t, "deep_diversity_open", base + b"\0" + deep_open + b"\0(sensor=imx327)")
+    write(outdir, t, "deep_tab_in_diversity",
+          base + b'\0<select usage="general"><Modify tab_key="image">' + b"<t>" * 300 + b"</t>" * 300 +
+          b"</Modify></select>\0(usage=general)")
+    write(outdir, t, "not_xml", b"hello\0world\0(x=y)")
+    write(outdir, t, "empty", b"")
+
+    # ---- fuzz_dna_style: header + style ----
+    t = "fuzz_dna_style"
+    for name, tree, channel, style, div, dets in trees():
+        params = profile_dynamics(tree, channel)[:19]
+        for flags in (0x09, 0x46, 0x00):
+            write(outdir, t, "%s_flags%02x" % (name, flags), dna_header(flags, params) + read(style))
+    edge = {
+        # style value 3 is offered by the ISP: it stays; 4 is not: ISP default
+        "shutter_value_kept": ([(50, 5, [0, 3, 5])], style_of(item(50, 3, [0, 3, 5]))),
+        "shutter_value_default": ([(50, 5, [0, 3, 5])], style_of(item(50, 4, [0, 3, 5]))),
+        "own_choices_205": ([(49, 1, [7, 8])], style_of(item(49, 205, [0, 1, 2]))),
+        "isp_default_100": ([(55, 9, [5, 9])], style_of(item(55, 100, [5, 9]))),
+        "choice_removed": ([(2528, 1, [1, 2])], style_of(item(2528, 0, [0, 1, 2]))),
+        "choice_without_index": ([(2528, 1, [1, 2])],
+                                 style_of('<item id="2528" value="0"><option index="0"/><option/>'
+                                          '<option index="2"/></item>')),
+        "hidden_items": ([], style_of(item(10, 1), item(11, 1), item(2368, 1), item(2369, 1), item(2048, 1),
+                                      item(2064, 1), item(2386, 1), item(34, 50))),
+        "own_choices_over_64": ([(49, 1, [1])], style_of(item(49, 250, list(range(80))))),
+        "duplicate_ids": ([(16, 1, [0, 1])], style_of(item(16, 0, [0, 1, 2]), item(16, 2, [0, 1, 2]),
+                                                      item(10, 1), item(10, 2))),
+        "nested_items": ([(34, 7, [7])], style_of('<item id="34" value="1"><item id="35" value="2">'
+                                                   '<item id="36" value="3"/></item></item>')),
+        "id_without_value": ([], style_of('<item id="34"><item id="35" value="2"/></item>')),
+        "more_than_16_commands": ([(c, 0, [0, 1]) for c in range(100, 119)],
+                                  style_of(*[item(c, 1, [0, 1, 2]) for c in range(100, 119)])),
+        "more_than_64_items": ([(65, 3, list(range(69)))], style_of(item(65, 3, list(range(100))))),
+        "over_capacity": ([], style_of(*[item(1000 + i, i) for i in range(300)])),
+    }
+    for name, (params, style) in sorted(edge.items()):
+        write(outdir, t, name, dna_header(0x49, params) + style)
+    write(outdir, t, "deep_open", dna_header(0x09, [(49, 6, [5, 6])]) + deep_open)
+    write(outdir, t, "deep_in_item", dna_header(0x09, [(49, 6, [5, 6])]) +
+          b'<s><t><item id="49" value="5">' + b"<o index=\"5\">" * 250 + b"</o>" * 250 + b"</item></t></s>")
+    write(outdir, t, "list_query_fails", dna_header(0x19, [(34, 1, [1])]) + style_of(item(34, 0, [0, 1])))
+    write(outdir, t, "range_queries_fail", dna_header(0x29, [(34, 1, [1])]) + style_of(item(34, 0, [0, 1])))
+    write(outdir, t, "short_header", b"\x09\x03\xf0")
+
+    # ---- fuzz_keyval_file: count byte + file bytes ----
+    t = "fuzz_keyval_file"
+    for name, tree, channel, style, div, dets in trees():
+        pairs = factory_list(read(style))
+        n = len(pairs)
+        write(outdir, t, "%s_scheme" % name, bytes([n]) + records_bytes(pairs))
+        write(outdir, t, "%s_scheme_short" % name, bytes([n]) + records_bytes(pairs)[:-5])
+        write(outdir, t, "%s_scheme_extra" % name, bytes([n]) + records_bytes(pairs + [(1, 2)]))
+    write(outdir, t, "empty_file", b"\x17")
+    write(outdir, t, "version_8", b"\x01" + struct.pack("<I", 8))
+    write(outdir, t, "version_text", b"\x01" + b"5")
+    write(outdir, t, "no_records", b"\x00" + b"\xff" * 16)
+
+    # ---- fuzz_keyval_str2st: capacity byte + record text ----
+    t = "fuzz_keyval_str2st"
+    texts = {
+        "two_records": b"(2368,1)(2369,50)",
+        "bad_value": b"(1,2)(3,x)",
+        "bad_key": b"(x,2)(3,4)",
+        "unclosed": b"(5,6",
+        "close_first": b")(7,8)",
+        "open_last": b"(1,2)(",
+        "extremes": b"(-1,-1)(2147483647,-2147483648)(4294967295,99999999999)",
+        "blanks": b"( 1 , 2 )(3,\t4)",
+        "nested": b"((((1,2))))",
+        "noise": b"abc(1,2)def(3,4)ghi",
+    }
+    for name, text in sorted(texts.items()):
+        for cap in (0, 1, 255):
+            write(outdir, t, "%s_cap%d" % (name, cap), bytes([cap]) + text)
+    for name, tree, channel, style, div, dets in trees():
+        write(outdir, t, "%s_factory" % name, bytes([40]) + records_text(factory_list(read(style))))
+    write(outdir, t, "many_records", bytes([200]) + records_text([(i, i * 3) for i in range(1000)]))
+
+    # ---- fuzz_text_api: mode byte + text ----
+    t = "fuzz_text_api"
+    box = factory_list(read(os.path.join(DEVICES, "box", STYLE_DIR, "Style.xml")))
+    keys = [k for k, _ in box]
+    key_lists = {
+        "one_key": b"(34)",
+        "three_keys": b"(2368,2369,112)",
+        "empty_list": b"()",
+        "not_numeric": b"(abc)",
+        "blanks": b"( 34, 2337 ,49)",
+        "ir_keys": b"(160,161,163,165,167)",
+        "all_keys": ("(" + ",".join(str(k) for k in keys) + ")").encode(),
+        "trailing_text": b"(34)x",
+        "two_lists": b"(34)(35)",
+        "negative": b"(-1,-34)",
+    }
+    for name, text in sorted(key_lists.items()):
+        write(outdir, t, "get_" + name, b"\x00" + text)
+    set_texts = {
+        "brightness_saturation": b"(34,60)(2337,45)",
+        "time_plan": b"(8000,1)(8001,6)(8003,18)",
+        "day_night": b"(8000,2)(145,10)(146,20)(149,6)",
+        "ir_cap": b"(163,60)(167,50)",
+        "intelligent_light": b"(224,2)(161,1)(168,1)(172,30)(203,40)",
+        "bad_records": b"(1,2)(3,x)(5,6",
+        "close_first": b")(7,8)",
+        "mirror": b"(2384,1)(2416,1)",
+        "unknown_key": b"(12345,1)",
+        "lens": b"(1536,1)(1539,1)(1552,100)(1568,200)",
+        "full_scheme": records_text(box),
+        "full_scheme_changed": records_text([(k, v + 1) for k, v in box]),
+    }
+    for name, text in sorted(set_texts.items()):
+        for mode in (1, 3, 7):
+            write(outdir, t, "set%d_%s" % (mode, name), bytes([mode]) + text)
+    write(outdir, t, "get_all", b"\x04(34)")
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
