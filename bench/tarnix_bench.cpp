@@ -46,6 +46,7 @@
 #include "platform/QuorvelTime.h"
 #include "platform/SystemInfoParser.h"
 #include "platform/ia_ioctrl.h"
+#include "platform/posix/HostTree.h"
 #include "platform/posix/PlatformControl.h"
 
 #ifndef TARNIX_DEVICES_DIR
@@ -60,75 +61,8 @@ const double kTimeScale = 0.001;
 
 // ---------------------------------------------------------------- files
 
-void makeDirs(const std::string& p_strDir) {
-    std::string strPartial = p_strDir[0] == '/' ? "/" : "";
-    std::stringstream ss(p_strDir);
-    std::string strPiece;
-    while (std::getline(ss, strPiece, '/')) {
-        if (!strPiece.empty()) {
-            strPartial += strPiece + "/";
-            ::mkdir(strPartial.c_str(), 0755);
-        }
-    }
-}
+using platform::readHostFile;
 
-void removeTree(const std::string& p_strDir) {
-    DIR* pDir = ::opendir(p_strDir.c_str());
-    if (pDir == nullptr) {
-        ::unlink(p_strDir.c_str());
-        return;
-    }
-    while (dirent* pEntry = ::readdir(pDir)) {
-        std::string strName = pEntry->d_name;
-        if (strName == "." || strName == "..") {
-            continue;
-        }
-        std::string strPath = p_strDir + "/" + strName;
-        struct stat st;
-        if (::lstat(strPath.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
-            removeTree(strPath);
-        } else {
-            ::unlink(strPath.c_str());
-        }
-    }
-    ::closedir(pDir);
-    ::rmdir(p_strDir.c_str());
-}
-
-void copyTree(const std::string& p_strFrom, const std::string& p_strTo) {
-    makeDirs(p_strTo);
-    DIR* pDir = ::opendir(p_strFrom.c_str());
-    if (pDir == nullptr) {
-        return;
-    }
-    while (dirent* pEntry = ::readdir(pDir)) {
-        std::string strName = pEntry->d_name;
-        if (strName == "." || strName == "..") {
-            continue;
-        }
-        std::string strSrc = p_strFrom + "/" + strName;
-        std::string strDst = p_strTo + "/" + strName;
-        struct stat st;
-        if (::stat(strSrc.c_str(), &st) != 0) {
-            continue;
-        }
-        if (S_ISDIR(st.st_mode)) {
-            copyTree(strSrc, strDst);
-        } else {
-            std::ifstream in(strSrc, std::ios::binary);
-            std::ofstream out(strDst, std::ios::binary | std::ios::trunc);
-            out << in.rdbuf();
-        }
-    }
-    ::closedir(pDir);
-}
-
-std::string readHostFile(const std::string& p_strPath) {
-    std::ifstream in(p_strPath, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
 
 // ---------------------------------------------------------------- device
 
@@ -151,7 +85,7 @@ public:
     void cleanUp() {
         platform::setRoot("");
         if (!m_strRoot.empty() && std::getenv("TARNIX_KEEP_ROOT") == nullptr) {
-            removeTree(m_strRoot);
+            platform::removeHostTree(m_strRoot);
         }
     }
 
@@ -168,7 +102,7 @@ private:
         }
         m_strRoot = vecBuffer.data();
         const char* szDevices = std::getenv("TARNIX_BENCH_DEVICES");
-        copyTree(std::string(szDevices != nullptr ? szDevices : TARNIX_DEVICES_DIR) + "/box", m_strRoot);
+        platform::copyHostTree(std::string(szDevices != nullptr ? szDevices : TARNIX_DEVICES_DIR) + "/box", m_strRoot);
         platform::setRoot(m_strRoot);
         platform::setTimeScale(kTimeScale);
         resetIsp();

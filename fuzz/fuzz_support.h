@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/posix/HostTree.h"
 #include "platform/posix/PlatformControl.h"
 
 #ifndef TARNIX_DEVICES_DIR
@@ -31,79 +32,7 @@ namespace tarnix_fuzz {
         }                                                                                       \
     } while (0)
 
-inline void makeDirs(const std::string& p_strDir) {
-    std::string strPartial;
-    std::stringstream ss(p_strDir);
-    std::string strPiece;
-    if (!p_strDir.empty() && p_strDir[0] == '/') {
-        strPartial = "/";
-    }
-    while (std::getline(ss, strPiece, '/')) {
-        if (strPiece.empty()) {
-            continue;
-        }
-        strPartial += strPiece + "/";
-        ::mkdir(strPartial.c_str(), 0755);
-    }
-}
-
-inline void removeTree(const std::string& p_strDir) {
-    DIR* pDir = ::opendir(p_strDir.c_str());
-    if (pDir == nullptr) {
-        ::unlink(p_strDir.c_str());
-        return;
-    }
-    while (dirent* pEntry = ::readdir(pDir)) {
-        std::string strName = pEntry->d_name;
-        if (strName == "." || strName == "..") {
-            continue;
-        }
-        std::string strPath = p_strDir + "/" + strName;
-        struct stat st;
-        if (::lstat(strPath.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
-            removeTree(strPath);
-        } else {
-            ::unlink(strPath.c_str());
-        }
-    }
-    ::closedir(pDir);
-    ::rmdir(p_strDir.c_str());
-}
-
-inline void copyTree(const std::string& p_strFrom, const std::string& p_strTo) {
-    makeDirs(p_strTo);
-    DIR* pDir = ::opendir(p_strFrom.c_str());
-    if (pDir == nullptr) {
-        return;
-    }
-    while (dirent* pEntry = ::readdir(pDir)) {
-        std::string strName = pEntry->d_name;
-        if (strName == "." || strName == "..") {
-            continue;
-        }
-        std::string strSrc = p_strFrom + "/" + strName;
-        std::string strDst = p_strTo + "/" + strName;
-        struct stat st;
-        if (::stat(strSrc.c_str(), &st) != 0) {
-            continue;
-        }
-        if (S_ISDIR(st.st_mode)) {
-            copyTree(strSrc, strDst);
-        } else {
-            std::ifstream in(strSrc, std::ios::binary);
-            std::ofstream out(strDst, std::ios::binary | std::ios::trunc);
-            out << in.rdbuf();
-        }
-    }
-    ::closedir(pDir);
-}
-
-inline std::string readHostFile(const std::string& p_strPath) {
-    std::ifstream in(p_strPath, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
+using platform::readHostFile;
 
 inline void writeHostFile(const std::string& p_strPath, const void* p_pData, size_t p_nSize) {
     std::FILE* pFile = std::fopen(p_strPath.c_str(), "wb");
@@ -135,7 +64,7 @@ public:
     std::string host(const std::string& p_strDevicePath) const { return m_strPath + p_strDevicePath; }
     // Copies devices/<model>/ into the root.
     void installDeviceTree(const std::string& p_strModel) const {
-        copyTree(devicesDir() + "/" + p_strModel, m_strPath);
+        platform::copyHostTree(devicesDir() + "/" + p_strModel, m_strPath);
     }
 
 private:
@@ -149,7 +78,7 @@ private:
         FUZZ_CHECK(szMade != nullptr);
         m_strPath = szMade;
         for (const char* szDir : {"/tmp", "/mnt/mtd/log", "/mnt/mtd/code/config_file", "/hd1/moduleConfig"}) {
-            makeDirs(m_strPath + szDir);
+            platform::makeHostDirs(m_strPath + szDir);
         }
         platform::setRoot(m_strPath);
         std::atexit(&TempRoot::cleanUp);
@@ -159,7 +88,7 @@ private:
         TempRoot& self = instance();
         platform::setRoot("");
         if (std::getenv("TARNIX_KEEP_ROOT") == nullptr) {
-            removeTree(self.m_strPath);
+            platform::removeHostTree(self.m_strPath);
         }
     }
 

@@ -12,89 +12,24 @@
 #include "config/sensor.h"
 #include "controller/ISensorController.h"
 #include "controller/SensorDebug.h"
+#include "platform/posix/HostTree.h"
 
 namespace tarnix_test {
 
 namespace {
-void makeDirs(const std::string& hostDir) {
-    std::string partial;
-    std::stringstream ss(hostDir);
-    std::string piece;
-    if (!hostDir.empty() && hostDir[0] == '/') {
-        partial = "/";
-    }
-    while (std::getline(ss, piece, '/')) {
-        if (piece.empty()) {
-            continue;
-        }
-        partial += piece + "/";
-        ::mkdir(partial.c_str(), 0755);
-    }
-}
+using platform::copyHostTree;
+using platform::makeHostDirs;
 
 std::string parentOf(const std::string& path) {
     size_t pos = path.rfind('/');
     return pos == std::string::npos ? std::string(".") : path.substr(0, pos);
 }
 
-void copyTree(const std::string& from, const std::string& to) {
-    makeDirs(to);
-    DIR* dir = ::opendir(from.c_str());
-    if (dir == nullptr) {
-        return;
-    }
-    while (dirent* entry = ::readdir(dir)) {
-        std::string name = entry->d_name;
-        if (name == "." || name == "..") {
-            continue;
-        }
-        std::string src = from + "/" + name;
-        std::string dst = to + "/" + name;
-        struct stat st;
-        if (::stat(src.c_str(), &st) != 0) {
-            continue;
-        }
-        if (S_ISDIR(st.st_mode)) {
-            copyTree(src, dst);
-        } else {
-            std::ifstream in(src, std::ios::binary);
-            std::ofstream out(dst, std::ios::binary | std::ios::trunc);
-            out << in.rdbuf();
-        }
-    }
-    ::closedir(dir);
-}
 } // namespace
 
-void removeTree(const std::string& hostDir) {
-    DIR* dir = ::opendir(hostDir.c_str());
-    if (dir == nullptr) {
-        ::unlink(hostDir.c_str());
-        return;
-    }
-    while (dirent* entry = ::readdir(dir)) {
-        std::string name = entry->d_name;
-        if (name == "." || name == "..") {
-            continue;
-        }
-        std::string path = hostDir + "/" + name;
-        struct stat st;
-        if (::lstat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
-            removeTree(path);
-        } else {
-            ::unlink(path.c_str());
-        }
-    }
-    ::closedir(dir);
-    ::rmdir(hostDir.c_str());
-}
+void removeTree(const std::string& hostDir) { platform::removeHostTree(hostDir); }
 
-std::string readHostFile(const std::string& hostPath) {
-    std::ifstream in(hostPath, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
+std::string readHostFile(const std::string& hostPath) { return platform::readHostFile(hostPath); }
 
 size_t countOccurrences(const std::string& text, const std::string& needle) {
     if (needle.empty()) {
@@ -167,7 +102,7 @@ std::string TarnixTest::hostPath(const std::string& devicePath) const {
 
 void TarnixTest::writeFile(const std::string& devicePath, const std::string& content) const {
     std::string path = hostPath(devicePath);
-    makeDirs(parentOf(path));
+    makeHostDirs(parentOf(path));
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out << content;
 }
@@ -183,7 +118,7 @@ bool TarnixTest::fileExists(const std::string& devicePath) const {
     return ::stat(hostPath(devicePath).c_str(), &st) == 0;
 }
 
-void TarnixTest::makeDir(const std::string& devicePath) const { makeDirs(hostPath(devicePath)); }
+void TarnixTest::makeDir(const std::string& devicePath) const { makeHostDirs(hostPath(devicePath)); }
 
 void TarnixTest::removeFile(const std::string& devicePath) const { ::unlink(hostPath(devicePath).c_str()); }
 
@@ -195,7 +130,7 @@ std::string TarnixTest::errorLog() const { return readFile("/mnt/mtd/log/SensorE
 
 void TarnixTest::installDeviceTree(const std::string& model) const {
     std::string src = std::string(TARNIX_DEVICES_DIR) + "/" + model;
-    copyTree(src, m_strRoot);
+    copyHostTree(src, m_strRoot);
     std::string profile = m_strRoot + "/isp/profile.conf";
     struct stat st;
     if (::stat(profile.c_str(), &st) == 0) {

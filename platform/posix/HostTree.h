@@ -1,0 +1,15 @@
+#pragma once
+// Host-side directory helpers for development tools, tests, benchmarks and
+// fuzz targets: they work on host paths, not on device paths.
+#include <string>
+
+namespace platform {
+// Creates the directory and its missing parents.
+void makeHostDirs(const std::string& hostDir);
+// Removes a file or a whole directory tree (links are removed, not followed).
+void removeHostTree(const std::string& hostPath);
+// Copies the regular files and directories below from into to.
+void copyHostTree(const std::string& from, const std::string& to);
+// The whole content of a host file ("" when it cannot be read).
+std::string readHostFile(const std::string& hostPath);
+} // namespace platform
