@@ -15,25 +15,9 @@ namespace {
 
 using tarnix_test::BareController;
 using Peer = ISensorControllerTestPeer;
+using tarnix_test::SetCall;
+using tarnix_test::setCalls;
 
-struct SetCall {
-    int channel;
-    unsigned int cmd;
-    uint32_t value;
-    bool operator==(const SetCall& o) const {
-        return channel == o.channel && cmd == o.cmd && value == o.value;
-    }
-};
-std::ostream& operator<<(std::ostream& os, const SetCall& c) {
-    return os << "(ch" << c.channel << ", " << c.cmd << ", " << c.value << ")";
-}
-std::vector<SetCall> setCalls() {
-    std::vector<SetCall> out;
-    for (const auto& call : tarnix_test::callsWithOpt(0)) {
-        out.push_back({call.channel, call.cmd, call.data.empty() ? 0u : call.data[0]});
-    }
-    return out;
-}
 
 std::string bytesOf(const std::vector<KeyVal>& p_vec) {
     return std::string(reinterpret_cast<const char*>(p_vec.data()), p_vec.size() * sizeof(KeyVal));

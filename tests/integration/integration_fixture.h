@@ -16,27 +16,9 @@
 namespace integration_test {
 
 using lifecycle_test::Peer;
+using tarnix_test::SetCall;
+using tarnix_test::setCalls;
 
-struct SetCall {
-    int channel;
-    unsigned int cmd;
-    uint32_t value;
-    bool operator==(const SetCall& o) const {
-        return channel == o.channel && cmd == o.cmd && value == o.value;
-    }
-};
-inline std::ostream& operator<<(std::ostream& os, const SetCall& c) {
-    return os << "(ch" << c.channel << ", " << c.cmd << ", " << c.value << ")";
-}
-
-// ISP set calls of the log, in order.
-inline std::vector<SetCall> setCalls() {
-    std::vector<SetCall> out;
-    for (const auto& call : tarnix_test::callsWithOpt(0)) {
-        out.push_back({call.channel, call.cmd, call.data.empty() ? 0u : call.data[0]});
-    }
-    return out;
-}
 
 inline bool hasSetCall(int p_nChannel, unsigned int p_nCmd, uint32_t p_nValue) {
     for (const SetCall& c : setCalls()) {

@@ -60,6 +60,18 @@ std::vector<unsigned int> setCommands() {
     return out;
 }
 
+std::ostream& operator<<(std::ostream& os, const SetCall& c) {
+    return os << "(ch" << c.channel << ", " << c.cmd << ", " << c.value << ")";
+}
+
+std::vector<SetCall> setCalls() {
+    std::vector<SetCall> out;
+    for (const auto& call : callsWithOpt(0)) {
+        out.push_back({call.channel, call.cmd, call.data.empty() ? 0u : call.data[0]});
+    }
+    return out;
+}
+
 void TarnixTest::SetUp() {
     const char* base = std::getenv("TMPDIR");
     std::string templ = std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/tarnix-root-XXXXXX";

@@ -4,6 +4,8 @@
 // switches. Stdout can be captured to check the library's exact messages.
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -57,5 +59,16 @@ size_t countOccurrences(const std::string& text, const std::string& needle);
 std::vector<ispsim::Call> callsWithOpt(unsigned int opt);
 // Commands of ISP set calls (option 0), in order.
 std::vector<unsigned int> setCommands();
+
+// One ISP set call: channel, command and the first data word.
+struct SetCall {
+    int channel;
+    unsigned int cmd;
+    uint32_t value;
+    bool operator==(const SetCall& o) const { return channel == o.channel && cmd == o.cmd && value == o.value; }
+};
+std::ostream& operator<<(std::ostream& os, const SetCall& c);
+// ISP set calls (option 0) of the log, in order.
+std::vector<SetCall> setCalls();
 
 } // namespace tarnix_test
