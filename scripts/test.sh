@@ -74,6 +74,11 @@ stage_install() {
     rm -rf "$OUT/consumer-root" && cp -r "$SRC/devices/box" "$OUT/consumer-root"
     LD_LIBRARY_PATH="$OUT/prefix/lib:$OUT/prefix/lib/$(gcc -print-multiarch 2>/dev/null || true)" \
         "$OUT/consumer/minimal_host" "$OUT/consumer-root"
+    log "the same program in a parent project that builds the library with add_subdirectory()"
+    cmake -S "$SRC/examples/subproject" -B "$OUT/subproject" -DTARNIX_SOURCE_DIR="$SRC" >/dev/null
+    cmake --build "$OUT/subproject" -j"$JOBS" --target minimal_host
+    rm -rf "$OUT/subproject-root" && cp -r "$SRC/devices/box" "$OUT/subproject-root"
+    "$OUT/subproject/minimal_host" "$OUT/subproject-root"
 }
 
 stage_aarch64() {
