@@ -1,16 +1,20 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build needs, if any is missing.
-# Usage: scripts/deps.sh [base|test|cross|fuzz|all]...
+# Usage: scripts/deps.sh [base|test|cross|fuzz|node|all]...
 set -euo pipefail
 
 want=()
 for group in "${@:-base}"; do
     case "$group" in
-        base) want+=(g++ cmake make libtinyxml-dev) ;;
-        test) want+=(g++ cmake make libtinyxml-dev libgtest-dev libgmock-dev libbenchmark-dev) ;;
+        base) want+=(g++ cmake make libtinyxml-dev libssl-dev) ;;
+        test) want+=(g++ cmake make libtinyxml-dev libssl-dev pkg-config libcpp-httplib-dev libgtest-dev libgmock-dev
+                     libbenchmark-dev) ;;
         cross) want+=(g++-aarch64-linux-gnu qemu-user libtinyxml-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64) ;;
         fuzz) want+=(clang libclang-rt-dev) ;;
-        all) want+=(g++ cmake make libtinyxml-dev libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-dev
+        # The ONVIF end-to-end client runs on node; an installed node counts.
+        node) command -v node >/dev/null && command -v npm >/dev/null || want+=(nodejs npm) ;;
+        all) want+=(g++ cmake make libtinyxml-dev libssl-dev pkg-config libcpp-httplib-dev libgtest-dev libgmock-dev
+                    libbenchmark-dev clang libclang-rt-dev
                     g++-aarch64-linux-gnu qemu-user libtinyxml-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64) ;;
         *) echo "deps.sh: unknown group '$group'" >&2; exit 2 ;;
     esac

@@ -59,10 +59,12 @@ register_binfmt() {
 register_binfmt
 
 mkdir -p "$OUT"
+# The ONVIF part (tarnix_onvif) needs OpenSSL and cpp-httplib, which the cross
+# group does not install for arm64; it is portable C++ tested natively.
 echo "test-aarch64: configuring $OUT"
 cmake -S "$SRC" -B "$OUT" \
     -DCMAKE_TOOLCHAIN_FILE="$SRC/cmake/toolchain-aarch64.cmake" \
-    -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTARNIX_WERROR=ON -DTARNIX_BUILD_TESTS=ON \
+    -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTARNIX_WERROR=ON -DTARNIX_BUILD_TESTS=ON -DTARNIX_WITH_ONVIF=OFF \
     >"$OUT.configure.log" 2>&1 || { cat "$OUT.configure.log"; exit 1; }
 
 # Every dependency must be the arm64 copy, never the host's.

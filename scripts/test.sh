@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # The whole test suite: installs what is missing, then builds and runs the
 # tests in a normal build, with ASan+UBSan and with ThreadSanitizer, builds an
-# outside program against the installed package, and runs the AArch64 suite
+# outside program against the installed package, drives the ONVIF services
+# with a third-party client (the onvif npm package), and runs the AArch64 suite
 # under emulation, the fuzz smoke runs and a short benchmark when their parts
 # are present. Exits non-zero on any failure.
 #
-# Usage: scripts/test.sh [stage...]   stages: normal asan tsan install aarch64 fuzz bench
+# Usage: scripts/test.sh [stage...]   stages: normal asan tsan install onvif aarch64 fuzz bench
 # Environment: TARNIX_BUILD_ROOT (default ./build), JOBS (default nproc).
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -17,6 +18,7 @@ mkdir -p "$OUT"
 stages=("$@")
 if [[ ${#stages[@]} -eq 0 ]]; then
     stages=(normal asan tsan install)
+    [[ -f tests/onvif/e2e/package.json ]] && stages+=(onvif)
     [[ -f cmake/toolchain-aarch64.cmake ]] && stages+=(aarch64)
     [[ -f fuzz/CMakeLists.txt ]] && stages+=(fuzz)
     [[ -f bench/CMakeLists.txt ]] && stages+=(bench)
@@ -26,6 +28,7 @@ groups=(test)
 for s in "${stages[@]}"; do
     [[ $s == aarch64 ]] && groups+=(cross)
     [[ $s == fuzz ]] && groups+=(fuzz)
+    [[ $s == onvif ]] && groups+=(node)
 done
 scripts/deps.sh "${groups[@]}"
 
@@ -79,6 +82,19 @@ stage_install() {
     cmake --build "$OUT/subproject" -j"$JOBS" --target minimal_host
     rm -rf "$OUT/subproject-root" && cp -r "$SRC/devices/box" "$OUT/subproject-root"
     "$OUT/subproject/minimal_host" "$OUT/subproject-root"
+}
+
+stage_onvif() {
+    log "ONVIF end to end with the onvif npm client"
+    if [[ ! -f "$OUT/normal/CMakeCache.txt" ]]; then
+        cmake -S "$SRC" -B "$OUT/normal" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTARNIX_WERROR=ON \
+            >"$OUT/normal.configure.log" 2>&1 || { cat "$OUT/normal.configure.log"; return 1; }
+    fi
+    cmake --build "$OUT/normal" -j"$JOBS" --target onvif_test_server
+    # The client's exact version comes from package-lock.json.
+    (cd tests/onvif/e2e && npm ci --no-audit --no-fund --loglevel=error)
+    ONVIF_TEST_SERVER="$OUT/normal/tests/onvif_test_server" TARNIX_DEVICES="$SRC/devices" \
+        timeout 120 node --test tests/onvif/e2e/onvif_e2e.test.js
 }
 
 stage_aarch64() {

@@ -1,0 +1,223 @@
+// End to end with a third-party ONVIF client (the "onvif" npm package):
+// it connects to the test host's ONVIF services with a user and password,
+// reads video sources, profiles, imaging settings and options, sets
+// brightness, saturation, IR cut filter and WDR, moves the focus and stops
+// it; the test checks the simulated ISP's set calls the host reports and
+// the scheme file on disk. A wrong password is refused.
+//
+// Environment: ONVIF_TEST_SERVER (the built onvif_test_server program),
+// TARNIX_DEVICES (the sample device trees, default ../../../devices).
+'use strict';
+
+const test = require('node:test');
+const assert = require('node:assert/strict');
+const fs = require('node:fs');
+const os = require('node:os');
+const path = require('node:path');
+const { spawn } = require('node:child_process');
+const { Cam } = require('onvif');
+
+const SERVER = process.env.ONVIF_TEST_SERVER;
+const DEVICES = process.env.TARNIX_DEVICES || path.join(__dirname, '..', '..', '..', 'devices');
+const USER = 'admin';
+const PASSWORD = 'tarnix-e2e';
+const SCHEME_FILE = 'mnt/mtd/code/config_file/sensor1_0.cfg';
+
+let root;
+let server;
+let port;
+const ispSets = []; // [channel, command, value] in order
+
+// Starts the host on a fresh copy of the box tree; resolves with its port.
+function startServer() {
+  root = fs.mkdtempSync(path.join(os.tmpdir(), 'tarnix-onvif-e2e-'));
+  fs.cpSync(path.join(DEVICES, 'box'), root, { recursive: true });
+  server = spawn(SERVER, ['--root', root, '--user', USER, '--password', PASSWORD], {
+    stdio: ['pipe', 'pipe', 'inherit'],
+  });
+  return new Promise((resolve, reject) => {
+    let buffered = '';
+    const timer = setTimeout(() => reject(new Error('the test server did not start')), 20000);
+    server.on('exit', (code) => reject(new Error(`the test server exited with ${code}`)));
+    server.stdout.on('data', (chunk) => {
+      buffered += chunk.toString();
+      let nl;
+      while ((nl = buffered.indexOf('\n')) >= 0) {
+        const line = buffered.slice(0, nl);
+        buffered = buffered.slice(nl + 1);
+        const listening = /^onvif_test_server: listening on 127\.0\.0\.1:(\d+)$/.exec(line);
+        if (listening) {
+          clearTimeout(timer);
+          resolve(Number(listening[1]));
+        }
+        const set = /^isp set (\d+) (\d+) (-?\d+)$/.exec(line);
+        if (set) {
+          ispSets.push([Number(set[1]), Number(set[2]), Number(set[3])]);
+        }
+      }
+    });
+  });
+}
+
+function stopServer() {
+  return new Promise((resolve) => {
+    if (!server || server.exitCode !== null) {
+      resolve();
+      return;
+    }
+    server.removeAllListeners('exit');
+    server.on('exit', resolve);
+    server.stdin.end();
+  });
+}
+
+// Promise form of a callback method of the client.
+function call(cam, method, ...args) {
+  return new Promise((resolve, reject) => {
+    cam[method](...args, (err, result) => (err ? reject(err) : resolve(result)));
+  });
+}
+
+function connect(password) {
+  const cam = new Cam({ hostname: '127.0.0.1', port, username: USER, password, autoconnect: false, timeout: 10000 });
+  return call(cam, 'connect').then(() => cam);
+}
+
+// The (key, value) records of a scheme file.
+function schemeValues() {
+  const bytes = fs.readFileSync(path.join(root, SCHEME_FILE));
+  const values = new Map();
+  for (let i = 0; i + 8 <= bytes.length; i += 8) {
+    values.set(bytes.readUInt32LE(i), bytes.readInt32LE(i + 4));
+  }
+  return values;
+}
+
+function setsOf(command) {
+  return ispSets.filter((s) => s[1] === command).map((s) => s[2]);
+}
+
+// Waits until the host's report (its stdout, read in order) satisfies done.
+async function waitFor(done, what) {
+  const deadline = Date.now() + 20000;
+  while (!done()) {
+    if (Date.now() > deadline) {
+      throw new Error(`timed out waiting for ${what}; ISP sets so far: ${JSON.stringify(ispSets)}`);
+    }
+    await new Promise((resolve) => setTimeout(resolve, 10));
+  }
+}
+
+test.before(async () => {
+  assert.ok(SERVER, 'ONVIF_TEST_SERVER must name the built onvif_test_server');
+  port = await startServer();
+});
+
+test.after(async () => {
+  await stopServer();
+  if (root) {
+    fs.rmSync(root, { recursive: true, force: true });
+  }
+});
+
+test('connects with user and password and reads video sources and profiles', async () => {
+  const cam = await connect(PASSWORD);
+  assert.equal(cam.videoSources.length, 1);
+  assert.equal(cam.videoSources[0].$.token, 'VideoSource_1');
+  assert.equal(cam.profiles.length, 1);
+  assert.equal(cam.profiles[0].$.token, 'Profile_1');
+  assert.equal(cam.activeSource.sourceToken, 'VideoSource_1');
+  assert.match(cam.uri.imaging.href, /\/onvif\/imaging_service$/);
+  const info = await call(cam, 'getDeviceInformation');
+  assert.equal(info.manufacturer, 'Tarnix');
+  assert.equal(info.model, 'Hi3516DV300');
+});
+
+test('reads imaging settings and options as the box camera offers them', async () => {
+  const cam = await connect(PASSWORD);
+  const settings = await call(cam, 'getImagingSettings');
+  assert.equal(settings.brightness, 50);
+  assert.equal(settings.colorSaturation, 50);
+  assert.equal(settings.irCutFilter, 'AUTO');
+  assert.equal(settings.exposure.mode, 'AUTO');
+  assert.equal(settings.exposure.maxExposureTime, 40000);
+  assert.equal(settings.wideDynamicRange.mode, 'OFF');
+  const options = await call(cam, 'getVideoSourceOptions');
+  assert.deepEqual(options.brightness, { min: 0, max: 100 });
+  assert.deepEqual(options.irCutFilterModes, ['ON', 'OFF', 'AUTO']);
+  assert.deepEqual(options.exposure.maxExposureTime, { min: 10, max: 333333 });
+  assert.deepEqual(options.wideDynamicRange.mode, ['OFF', 'ON']);
+});
+
+test('sets brightness, saturation, IR cut filter and WDR', async () => {
+  const cam = await connect(PASSWORD);
+  ispSets.length = 0;
+  await call(cam, 'setImagingSettings', { brightness: 65, colorSaturation: 40, irCutFilter: 'OFF' });
+  // The client has no WDR argument: the same request, written here, through
+  // the client's own transport and security header.
+  await call(cam, '_request', {
+    service: 'imaging',
+    body:
+      cam._envelopeHeader() +
+      '<SetImagingSettings xmlns="http://www.onvif.org/ver20/imaging/wsdl">' +
+      '<VideoSourceToken>VideoSource_1</VideoSourceToken><ImagingSettings>' +
+      '<WideDynamicRange xmlns="http://www.onvif.org/ver10/schema"><Mode>ON</Mode><Level>70</Level>' +
+      '</WideDynamicRange></ImagingSettings></SetImagingSettings>' +
+      cam._envelopeFooter(),
+  });
+  // The WDR request comes last; the report of the first one precedes it.
+  await waitFor(() => setsOf(2369).length > 0, 'the WDR strength');
+  // The simulated ISP got each value once (ISP channel 0).
+  assert.deepEqual(setsOf(34), [65]);
+  assert.deepEqual(setsOf(2337), [40]);
+  assert.deepEqual(setsOf(144), [2]);
+  assert.deepEqual(setsOf(2369), [70]);
+  assert.ok(ispSets.every((s) => s[0] === 0));
+  // KEY_WDR_MODE goes through its composite handler; the scheme file holds it.
+  const stored = schemeValues();
+  assert.equal(stored.get(34), 65);
+  assert.equal(stored.get(2337), 40);
+  assert.equal(stored.get(144), 2);
+  assert.equal(stored.get(2368), 1);
+  assert.equal(stored.get(2369), 70);
+  const settings = await call(cam, 'getImagingSettings');
+  assert.equal(settings.brightness, 65);
+  assert.equal(settings.irCutFilter, 'OFF');
+  assert.equal(settings.wideDynamicRange.mode, 'ON');
+});
+
+test('a value outside the options is refused and nothing is applied', async () => {
+  const cam = await connect(PASSWORD);
+  ispSets.length = 0;
+  await assert.rejects(call(cam, 'setImagingSettings', { brightness: 30, colorSaturation: 400 }), /outside 0 \.\. 100/);
+  // A valid set afterwards marks the end of whatever the refused one caused.
+  await call(cam, 'setImagingSettings', { brightness: 66 });
+  await waitFor(() => setsOf(34).length > 0, 'the brightness');
+  assert.deepEqual(ispSets, [[0, 34, 66]]);
+  assert.equal(schemeValues().get(34), 66);
+  assert.equal(schemeValues().get(2337), 40);
+});
+
+test('a wrong password is refused', async () => {
+  await assert.rejects(connect('not-the-password'), /Sender not Authorized/);
+});
+
+test('a focus move followed by stop reaches the lens commands', async () => {
+  const cam = await connect(PASSWORD);
+  const moveOptions = await call(cam, 'imagingGetMoveOptions', {});
+  assert.ok(moveOptions !== undefined);
+  ispSets.length = 0;
+  await call(cam, 'imagingMove', { continuous: { speed: 0.5 } });
+  await call(cam, 'imagingStop', {});
+  await waitFor(() => ispSets.length >= 4, 'four lens commands');
+  // Manual focus, far motor on; then both focus motors off.
+  assert.deepEqual(
+    ispSets.map((s) => [s[1], s[2]]),
+    [
+      [1536, 1],
+      [1554, 1],
+      [1553, 0],
+      [1554, 0],
+    ],
+  );
+});
