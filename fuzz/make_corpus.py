@@ -14,6 +14,8 @@ replaced, other files are left alone.
 """
 import os
 import re
+import base64
+import hashlib
 import struct
 import sys
 import xml.etree.ElementTree as ET
@@ -270,7 +272,89 @@ def main():
         for mode in (1, 3, 7):
             write(outdir, t, "set%d_%s" % (mode, name), bytes([mode]) + text)
     write(outdir, t, "get_all", b"\x04(34)")
+
+    onvif_requests(outdir)
     return 0
+
+
+def onvif_security(user="admin", password="fuzz", nonce=bytes(range(16)), created="2024-05-01T12:00:00.000Z"):
+    """A WS-Security header with the password digest the ONVIF clients send."""
+    digest = base64.b64encode(hashlib.sha1(nonce + created.encode() + password.encode()).digest()).decode()
+    return ('<Security s:mustUnderstand="1" xmlns="http://docs.oasis-open.org/wss/2004/01/'
+            'oasis-200401-wss-wssecurity-secext-1.0.xsd"><UsernameToken><Username>%s</Username>'
+            '<Password Type="http://docs.oasis-open.org/wss/2004/01/oasis-200401-wss-username-token-profile-1.0'
+            '#PasswordDigest">%s</Password><Nonce>%s</Nonce><Created xmlns="http://docs.oasis-open.org/wss/2004/'
+            '01/oasis-200401-wss-wssecurity-utility-1.0.xsd">%s</Created></UsernameToken></Security>'
+            % (user, digest, base64.b64encode(nonce).decode(), created))
+
+
+def onvif_envelope(body, header=""):
+    return ('<s:Envelope xmlns:s="http://www.w3.org/2003/05/soap-envelope"><s:Header>%s</s:Header>'
+            '<s:Body>%s</s:Body></s:Envelope>' % (header, body)).encode()
+
+
+def onvif_requests(outdir):
+    """Seeds of fuzz_onvif_request: every served operation, with and without
+    a valid security header, and the malformed envelopes of the tests."""
+    t = "fuzz_onvif_request"
+    dev = 'xmlns="http://www.onvif.org/ver10/device/wsdl"'
+    med = 'xmlns="http://www.onvif.org/ver10/media/wsdl"'
+    img = 'xmlns="http://www.onvif.org/ver20/imaging/wsdl"'
+    tt = 'xmlns="http://www.onvif.org/ver10/schema"'
+    tok = "<VideoSourceToken>VideoSource_1</VideoSourceToken>"
+    settings = ("<BacklightCompensation %s><Mode>ON</Mode><Level>40</Level></BacklightCompensation>"
+                "<Brightness %s>60</Brightness><ColorSaturation %s>45</ColorSaturation>"
+                "<Exposure %s><Mode>MANUAL</Mode><MinExposureTime>10</MinExposureTime>"
+                "<MaxExposureTime>33333</MaxExposureTime><MaxGain>30</MaxGain><ExposureTime>20000</ExposureTime>"
+                "<Gain>12</Gain><Iris>4</Iris></Exposure><Focus %s><AutoFocusMode>MANUAL</AutoFocusMode>"
+                "<NearLimit>1.5</NearLimit></Focus><IrCutFilter %s>OFF</IrCutFilter><Sharpness %s>55</Sharpness>"
+                "<WideDynamicRange %s><Mode>ON</Mode><Level>70</Level></WideDynamicRange>"
+                "<WhiteBalance %s><Mode>MANUAL</Mode><CrGain>100</CrGain><CbGain>140</CbGain></WhiteBalance>"
+                "<Extension %s><ImageStabilization><Mode>ON</Mode><Level>30</Level></ImageStabilization>"
+                "<Extension><Extension><Defogging><Mode>ON</Mode><Level>0.25</Level></Defogging>"
+                "<NoiseReduction><Level>0.6</Level></NoiseReduction></Extension></Extension></Extension>"
+                % ((tt,) * 10))
+    operations = {
+        "time": (0, "<GetSystemDateAndTime %s/>" % dev),
+        "services": (0, "<GetServices %s><IncludeCapability>true</IncludeCapability></GetServices>" % dev),
+        "capabilities": (0, "<GetCapabilities %s><Category>All</Category></GetCapabilities>" % dev),
+        "capabilities_ptz": (0, "<GetCapabilities %s><Category>PTZ</Category></GetCapabilities>" % dev),
+        "device_information": (0, "<GetDeviceInformation %s/>" % dev),
+        "profiles": (1, "<GetProfiles %s/>" % med),
+        "video_sources": (1, "<GetVideoSources %s/>" % med),
+        "imaging_capabilities": (2, "<GetServiceCapabilities %s/>" % img),
+        "get_settings": (2, "<GetImagingSettings %s>%s</GetImagingSettings>" % (img, tok)),
+        "set_settings": (2, "<SetImagingSettings %s>%s<ImagingSettings>%s</ImagingSettings>"
+                            "<ForcePersistence>false</ForcePersistence></SetImagingSettings>" % (img, tok, settings)),
+        "set_out_of_range": (2, "<SetImagingSettings %s>%s<ImagingSettings><Brightness %s>101</Brightness>"
+                                "</ImagingSettings></SetImagingSettings>" % (img, tok, tt)),
+        "options": (2, "<GetOptions %s>%s</GetOptions>" % (img, tok)),
+        "move_options": (2, "<GetMoveOptions %s>%s</GetMoveOptions>" % (img, tok)),
+        "move_continuous": (2, "<Move %s>%s<Focus><Continuous %s><Speed>0.5</Speed></Continuous></Focus></Move>"
+                               % (img, tok, tt)),
+        "move_absolute": (2, "<Move %s>%s<Focus><Absolute %s><Position>1200</Position></Absolute></Focus></Move>"
+                             % (img, tok, tt)),
+        "stop": (2, "<Stop %s>%s</Stop>" % (img, tok)),
+        "status": (2, "<GetStatus %s>%s</GetStatus>" % (img, tok)),
+        "unknown_source": (2, "<GetImagingSettings %s><VideoSourceToken>x</VideoSourceToken></GetImagingSettings>"
+                              % img),
+        "unknown_operation": (0, "<SystemReboot %s/>" % dev),
+    }
+    for name, (path, body) in sorted(operations.items()):
+        write(outdir, t, "signed_" + name, bytes([path]) + onvif_envelope(body, onvif_security()))
+        write(outdir, t, "open_" + name, bytes([path | 4]) + onvif_envelope(body))
+    write(outdir, t, "wrong_password", b"\x00" + onvif_envelope(operations["device_information"][1],
+                                                                onvif_security(password="other")))
+    write(outdir, t, "text_password", b"\x00" + onvif_envelope(
+        operations["device_information"][1], onvif_security().replace("#PasswordDigest", "#PasswordText")))
+    write(outdir, t, "soap11", b"\x04" + onvif_envelope(operations["time"][1]).replace(
+        b"http://www.w3.org/2003/05/soap-envelope", b"http://schemas.xmlsoap.org/soap/envelope/"))
+    write(outdir, t, "unclosed", b"\x04<s:Envelope xmlns:s=\"http://www.w3.org/2003/05/soap-envelope\"><s:Body>")
+    write(outdir, t, "no_operation", b"\x04" + onvif_envelope(""))
+    write(outdir, t, "deep", b"\x06" + b"<a>" * 6000)
+    write(outdir, t, "oversized", b"\x04" + b" " * 17000)
+    write(outdir, t, "other_path", b"\x03" + onvif_envelope(operations["time"][1]))
+    write(outdir, t, "empty", b"\x00")
 
 
 if __name__ == "__main__":

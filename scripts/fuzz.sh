@@ -10,7 +10,7 @@
 #                                           kept and grows from run to run
 #   scripts/fuzz.sh replay OUTDIR           replay the seeds only
 #
-# Environment: FUZZ_TARGETS (default: all five), FUZZ_PARALLEL (targets run
+# Environment: FUZZ_TARGETS (default: all six), FUZZ_PARALLEL (targets run
 # at once, default 2), JOBS (build jobs, default nproc).
 # Needs clang and libclang-rt-dev (scripts/deps.sh fuzz); installs nothing.
 #
@@ -43,7 +43,8 @@ mkdir -p "$OUT"
 OUT=$(cd "$OUT" && pwd)
 JOBS=${JOBS:-$(nproc)}
 PARALLEL=${FUZZ_PARALLEL:-2}
-TARGETS=(${FUZZ_TARGETS:-fuzz_keyval_str2st fuzz_text_api fuzz_merge_style fuzz_dna_style fuzz_keyval_file})
+TARGETS=(${FUZZ_TARGETS:-fuzz_keyval_str2st fuzz_text_api fuzz_merge_style fuzz_dna_style fuzz_keyval_file
+                         fuzz_onvif_request})
 
 for tool in clang clang++; do
     command -v "$tool" >/dev/null || { echo "fuzz.sh: $tool not found (scripts/deps.sh fuzz)" >&2; exit 1; }
@@ -56,6 +57,7 @@ max_len() {
         fuzz_merge_style) echo 65536 ;;
         fuzz_dna_style) echo 32768 ;;
         fuzz_keyval_str2st) echo 16384 ;;
+        fuzz_onvif_request) echo 20000 ;;
         *) echo 4096 ;;
     esac
 }
@@ -63,6 +65,7 @@ dict_of() {
     case "$1" in
         fuzz_merge_style | fuzz_dna_style) echo "$SRC/fuzz/xml.dict" ;;
         fuzz_keyval_str2st | fuzz_text_api) echo "$SRC/fuzz/text.dict" ;;
+        fuzz_onvif_request) echo "$SRC/fuzz/soap.dict" ;;
         *) echo "" ;;
     esac
 }
