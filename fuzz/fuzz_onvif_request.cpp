@@ -23,8 +23,6 @@
 #include "fuzz/fuzz_support.h"
 #include "ispsim/ispsim.h"
 #include "onvif/OnvifService.h"
-#include "platform/ModuleConfigureParser.h"
-#include "platform/SystemInfoParser.h"
 
 namespace {
 
@@ -53,22 +51,7 @@ void shutDown() {
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    tarnix_fuzz::TempRoot& root = tarnix_fuzz::TempRoot::instance();
-    root.installDeviceTree("box");
-    platform::setTimeScale(0.001);
-    g_strProfile = root.host("/isp/profile.conf");
-    ispsim::reset();
-    FUZZ_CHECK(ispsim::loadProfile(g_strProfile));
-
-    MachineInfo objMachine;
-    SystemInfoParser::parseMachineInfo("/mnt/mtd/code/factory_setting/machineinfo.ini", objMachine);
-    std::vector<ModuleConfigure> vecModules;
-    ModuleConfigureParser::parse("/hd1/moduleConfig/moduleConfig.xml", objMachine.getHardwareModel(),
-                                 objMachine.getHardwareCode(), vecModules);
-    FUZZ_CHECK(!vecModules.empty());
-    g_pController = new ISensorController;
-    g_pController->setChannelID(1);
-    FUZZ_CHECK(g_pController->init(vecModules.front()));
+    g_pController = tarnix_fuzz::startController("box", g_strProfile);
 
     tarnix::onvif::VideoChannel channel;
     channel.controller = g_pController;

@@ -14,6 +14,10 @@
 #include <string>
 #include <vector>
 
+#include "controller/ISensorController.h"
+#include "ispsim/ispsim.h"
+#include "platform/ModuleConfigureParser.h"
+#include "platform/SystemInfoParser.h"
 #include "platform/posix/HostTree.h"
 #include "platform/posix/PlatformControl.h"
 
@@ -94,5 +98,28 @@ private:
 
     std::string m_strPath;
 };
+
+// A controller of channel 1 on the process's root with devices/<model>/
+// installed, its ISP profile loaded (p_strProfile gets the profile's host
+// path, for reloading) and init done, with short scaled waits: the sensor
+// thread wakes every millisecond and the lens and scheme waits stay short.
+inline ISensorController* startController(const std::string& p_strModel, std::string& p_strProfile) {
+    TempRoot& root = TempRoot::instance();
+    root.installDeviceTree(p_strModel);
+    platform::setTimeScale(0.001);
+    p_strProfile = root.host("/isp/profile.conf");
+    ispsim::reset();
+    FUZZ_CHECK(ispsim::loadProfile(p_strProfile));
+    MachineInfo objMachine;
+    SystemInfoParser::parseMachineInfo("/mnt/mtd/code/factory_setting/machineinfo.ini", objMachine);
+    std::vector<ModuleConfigure> vecModules;
+    ModuleConfigureParser::parse("/hd1/moduleConfig/moduleConfig.xml", objMachine.getHardwareModel(),
+                                 objMachine.getHardwareCode(), vecModules);
+    FUZZ_CHECK(!vecModules.empty());
+    ISensorController* pController = new ISensorController;
+    pController->setChannelID(1);
+    FUZZ_CHECK(pController->init(vecModules.front()));
+    return pController;
+}
 
 } // namespace tarnix_fuzz

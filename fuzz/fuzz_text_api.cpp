@@ -18,8 +18,6 @@
 #include "engine/KeyValText.h"
 #include "fuzz/fuzz_support.h"
 #include "ispsim/ispsim.h"
-#include "platform/ModuleConfigureParser.h"
-#include "platform/SystemInfoParser.h"
 
 namespace {
 
@@ -53,25 +51,7 @@ bool wellFormedRecords(const std::string& p_strText) {
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    tarnix_fuzz::TempRoot& root = tarnix_fuzz::TempRoot::instance();
-    root.installDeviceTree("box");
-    // Short scaled waits: the sensor thread wakes every millisecond and the
-    // lens and scheme waits stay short.
-    platform::setTimeScale(0.001);
-    g_strProfile = root.host("/isp/profile.conf");
-    ispsim::reset();
-    FUZZ_CHECK(ispsim::loadProfile(g_strProfile));
-
-    MachineInfo objMachine;
-    SystemInfoParser::parseMachineInfo("/mnt/mtd/code/factory_setting/machineinfo.ini", objMachine);
-    std::vector<ModuleConfigure> vecModules;
-    ModuleConfigureParser::parse("/hd1/moduleConfig/moduleConfig.xml", objMachine.getHardwareModel(),
-                                 objMachine.getHardwareCode(), vecModules);
-    FUZZ_CHECK(!vecModules.empty());
-
-    g_pController = new ISensorController;
-    g_pController->setChannelID(1);
-    FUZZ_CHECK(g_pController->init(vecModules.front()));
+    g_pController = tarnix_fuzz::startController("box", g_strProfile);
     // A key every style of the box camera has must read back.
     std::string strOut;
     FUZZ_CHECK(g_pController->getParameters("(34)", strOut));

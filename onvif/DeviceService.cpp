@@ -3,8 +3,6 @@
 
 #include <tinyxml.h>
 
-#include "onvif/ImagingFields.h"
-#include "onvif/ImagingMapping.h"
 #include "onvif/OnvifNamespaces.h"
 #include "onvif/OnvifService.h"
 #include "onvif/OnvifServiceInternal.h"
@@ -63,14 +61,7 @@ SoapReply OnvifService::getSystemDateAndTime() {
 SoapReply OnvifService::getServices(const TiXmlElement* request, const std::string& host) {
     std::string include = elementText(childElement(request, kNsDevice, "IncludeCapability"));
     bool withCapabilities = include == "true" || include == "1";
-    bool stabilisation = false;
-    for (const auto& channel : m_channels) {
-        if (channel->video.controller != nullptr) {
-            ImagingMapping mapping(*channel->video.controller);
-            const ImagingField* field = fieldBySettingsPath("Extension/ImageStabilization/Mode");
-            stabilisation = stabilisation || (field != nullptr && mapping.offered(*field));
-        }
-    }
+    bool stabilisation = offersStabilisation();
     struct ServiceEntry {
         const char* ns;
         const char* path;

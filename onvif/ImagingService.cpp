@@ -43,15 +43,19 @@ bool OnvifService::offersFocus(Channel& channel) {
     return field != nullptr && mapping.offered(*field);
 }
 
-SoapReply OnvifService::getImagingServiceCapabilities() {
-    bool stabilisation = false;
+bool OnvifService::offersStabilisation() {
+    const ImagingField* field = fieldBySettingsPath("Extension/ImageStabilization/Mode");
     for (const auto& channel : m_channels) {
-        if (channel->video.controller != nullptr) {
-            ImagingMapping mapping(*channel->video.controller);
-            const ImagingField* field = fieldBySettingsPath("Extension/ImageStabilization/Mode");
-            stabilisation = stabilisation || (field != nullptr && mapping.offered(*field));
+        if (field != nullptr && channel->video.controller != nullptr &&
+            ImagingMapping(*channel->video.controller).offered(*field)) {
+            return true;
         }
     }
+    return false;
+}
+
+SoapReply OnvifService::getImagingServiceCapabilities() {
+    bool stabilisation = offersStabilisation();
     return soapResponse(std::string("<timg:GetServiceCapabilitiesResponse><timg:Capabilities ImageStabilization=\"") +
                         (stabilisation ? "true" : "false") +
                         "\" Presets=\"false\"/></timg:GetServiceCapabilitiesResponse>");

@@ -105,6 +105,8 @@ private:
     Channel* channelOf(const TiXmlElement* request);
     // Whether the channel's style offers focus (its focus mode item).
     bool offersFocus(Channel& channel);
+    // Whether any channel offers image stabilisation.
+    bool offersStabilisation();
     std::string serviceAddress(const std::string& host, const char* path) const;
 
     ServiceConfig m_config;
