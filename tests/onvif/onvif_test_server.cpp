@@ -71,7 +71,9 @@ int main(int argc, char** argv) {
     }
 
     platform::setRoot(root);
-    platform::setTimeScale(0.01);
+    // Real time: the sensor thread makes its pass once a second, as on a
+    // camera, so a long session with a VMS keeps the ISP's call log small.
+    platform::setTimeScale(1.0);
     ispsim::reset();
     if (!ispsim::loadProfile(root + "/isp/profile.conf")) {
         return fail("cannot load " + root + "/isp/profile.conf");
