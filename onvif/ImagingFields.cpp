@@ -195,6 +195,11 @@ std::string formatNumber(double value) {
         std::snprintf(text, sizeof(text), "%.0f", rounded);
         return text;
     }
+    if (std::fabs(value) >= 1e15) {
+        // Far outside every offered range; only ever shown in a refusal.
+        std::snprintf(text, sizeof(text), "%g", value);
+        return text;
+    }
     std::snprintf(text, sizeof(text), "%.6f", value);
     std::string out = text;
     while (!out.empty() && out.back() == '0') {

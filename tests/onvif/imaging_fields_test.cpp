@@ -127,6 +127,8 @@ TEST(ImagingFieldsTest, NumberTexts) {
     EXPECT_EQ(formatNumber(409 / 256.0), "1.597656");
     EXPECT_EQ(formatNumber(1000000), "1000000");
     EXPECT_EQ(formatNumber(-0.0000001), "0");
+    EXPECT_EQ(formatNumber(1e300), "1e+300");
+    EXPECT_EQ(formatNumber(-2.5e20), "-2.5e+20");
     double v = 0;
     EXPECT_TRUE(parseNumber("42", v));
     EXPECT_EQ(v, 42);

@@ -98,6 +98,7 @@ TEST_F(SoapServiceTest, EveryOtherOperationNeedsAValidDigest) {
         "<Security xmlns=\"urn:other\"><UsernameToken><Username>admin</Username></UsernameToken></Security>",
     };
     for (const auto& op : ops) {
+        ispsim::clearCalls();
         for (const std::string& header : badHeaders) {
             Reply r(m_pService->handle(op[0], envelope(header, op[1])));
             EXPECT_EQ(r.status, 400) << op[1];
@@ -105,10 +106,11 @@ TEST_F(SoapServiceTest, EveryOtherOperationNeedsAValidDigest) {
             EXPECT_EQ(r.faultSubcodes(), "ter:NotAuthorized");
             EXPECT_EQ(r.text("Reason/Text"), "Sender not Authorized");
         }
+        // A refused request sets nothing (the set and the moves included).
+        EXPECT_TRUE(tarnix_test::setCalls().empty()) << op[1];
         Reply ok(m_pService->handle(op[0], envelope(securityHeader("admin", "p4ss"), op[1])));
         EXPECT_EQ(ok.status, 200) << op[1] << ok.body;
     }
-    // Nothing reached the ISP from the refused set and moves.
     EXPECT_EQ(fileValue(34), 70);
 }
 
