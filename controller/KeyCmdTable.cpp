@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "controller/ISensorController.h"
+#include "controller/KeyCmdRows.h"
 
 namespace {
 
@@ -194,6 +195,31 @@ const KeyCmdRowDef kKeyCmdRows[KEYCMD_ROWS] = {
 
 } // namespace
 
+namespace tarnix {
+
+u32 keyCmdRowCount() { return KEYCMD_ROWS; }
+
+bool keyCmdRowAt(u32 index, keycmd& out) {
+    if (index >= KEYCMD_ROWS) {
+        return false;
+    }
+    const KeyCmdRowDef& def = kKeyCmdRows[index];
+    std::memset(&out, 0, sizeof(out));
+    out.key = def.key;
+    out.ia_cmd = def.ia_cmd;
+    out.fun = def.fun;
+    // The name field keeps the first 32 characters only; a longer name
+    // fills it without a terminator and runs on into the handler name
+    // when read as a C string. Traces of those keys show exactly that.
+    size_t nameLen = std::strlen(def.szKeyName);
+    std::memcpy(out.szKeyName, def.szKeyName, nameLen < KEYCMD_NAME_LEN ? nameLen : KEYCMD_NAME_LEN);
+    size_t funcLen = std::strlen(def.szFuncName);
+    std::memcpy(out.szFuncName, def.szFuncName, funcLen < KEYCMD_FUNC_LEN - 1 ? funcLen : KEYCMD_FUNC_LEN - 1);
+    return true;
+}
+
+} // namespace tarnix
+
 void ISensorController::initKeyCmdMap() {
     if (m_pKeyCmdMap != nullptr) {
         std::free(m_pKeyCmdMap);
@@ -205,18 +231,7 @@ void ISensorController::initKeyCmdMap() {
         return;
     }
     for (u32 i = 0; i < KEYCMD_ROWS; ++i) {
-        const KeyCmdRowDef& def = kKeyCmdRows[i];
-        keycmd& row = m_pKeyCmdMap[i];
-        row.key = def.key;
-        row.ia_cmd = def.ia_cmd;
-        row.fun = def.fun;
-        // The name field keeps the first 32 characters only; a longer name
-        // fills it without a terminator and runs on into the handler name
-        // when read as a C string. Traces of those keys show exactly that.
-        size_t nameLen = std::strlen(def.szKeyName);
-        std::memcpy(row.szKeyName, def.szKeyName, nameLen < KEYCMD_NAME_LEN ? nameLen : KEYCMD_NAME_LEN);
-        size_t funcLen = std::strlen(def.szFuncName);
-        std::memcpy(row.szFuncName, def.szFuncName, funcLen < KEYCMD_FUNC_LEN - 1 ? funcLen : KEYCMD_FUNC_LEN - 1);
+        tarnix::keyCmdRowAt(i, m_pKeyCmdMap[i]);
     }
     m_nKeyCmdSum = KEYCMD_ROWS;
 }

@@ -33,11 +33,6 @@ const int kKeyMirror = 2384;
 const int kIrKeyBase = 160;
 const unsigned int kIrUncachedMask = 0xAB;
 
-// Words of the buffer an ISP read goes into: the key comes from the host and
-// some commands answer with a whole record, so the buffer holds any record the
-// ISP exchanges; the value is its first word.
-const size_t kReadBufferWords = 128;
-
 bool isUncachedIrKey(int p_nKey) {
     if (p_nKey < kIrKeyBase || p_nKey > kIrKeyBase + 7) {
         return false;
@@ -70,8 +65,9 @@ bool ISensorController::getParameter(int p_nKey, int& p_nVal) {
         return true;
     }
     // Read from the ISP; the value read is not cached. A failed read leaves
-    // the output as the ISP left it.
-    u32 aValue[kReadBufferWords] = {};
+    // the output as the ISP left it. The key comes from the host and some
+    // commands answer with a whole record; the value is the first word.
+    u32 aValue[SNS_VALUE_BUFFER_WORDS] = {};
     aValue[0] = static_cast<u32>(p_nVal);
     int nRet = doIaCmd(static_cast<unsigned int>(p_nKey), IA_CMD_OPT_GET, aValue);
     p_nVal = static_cast<int>(aValue[0]);

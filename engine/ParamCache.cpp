@@ -24,12 +24,6 @@ const u32 kKeyLightType = 224;
 const u32 kKeyIrManualStrgNear = 163;
 const u32 kKeyIrManualStrgFar = 167;
 
-// Words of the value buffer a handler is given. Most commands carry one
-// 32-bit value, but an unknown key reaches the ISP with its own number and
-// some commands move whole records; the buffer is large enough for any record
-// the ISP exchanges, so nothing is read or written past it.
-const size_t kValueBufferWords = 128;
-
 // Light type under which the intelligent twin of a light key is the live one.
 const u32 kLightTypeIntelligent = 2;
 
@@ -299,7 +293,7 @@ int ISensorController::setParameters(KeyVal* p_pKeyval, u32 p_nCount, bool p_bCa
                 // A row without a handler only keeps its value in the cache.
                 if (stKeyCmdTmp.fun != nullptr) {
                     // The handler may change the value; the record takes it back.
-                    u32 aValue[kValueBufferWords] = {};
+                    u32 aValue[SNS_VALUE_BUFFER_WORDS] = {};
                     aValue[0] = p_pKeyval[i].value;
                     int nRet = (this->*stKeyCmdTmp.fun)(stKeyCmdTmp.ia_cmd, IA_CMD_OPT_SET, aValue);
                     p_pKeyval[i].value = aValue[0];

@@ -7,26 +7,9 @@
 #include <string>
 
 #include "controller/ISensorController.h"
+#include "handlers/ParamRange.h"
 
 namespace {
-
-// Commands 49 to 82 that may be queried, as a bit mask over cmd - 49:
-// KEY_MAX_SHUTTER 49, 50, 51, 55, 56 and the iris position 82.
-const int kRangeMaskBase = 49;
-const unsigned long long kRangeMask =
-    (1ULL << 0) | (1ULL << 1) | (1ULL << 2) | (1ULL << 6) | (1ULL << 7) | (1ULL << 33);
-// KEY_AUTO_FOCUS_NEAR_LIMIT, queried as well.
-const int kFocusNearLimit = 1537;
-
-bool isQueryable(int p_nCmd) {
-    if (p_nCmd == kFocusNearLimit) {
-        return true;
-    }
-    if (p_nCmd < kRangeMaskBase || p_nCmd > kRangeMaskBase + 63) {
-        return false;
-    }
-    return ((kRangeMask >> (p_nCmd - kRangeMaskBase)) & 1ULL) != 0;
-}
 
 template <typename T> T clampCount(T p_nCount, T p_nMax) {
     if (p_nCount < 0) {
@@ -36,6 +19,30 @@ template <typename T> T clampCount(T p_nCount, T p_nMax) {
 }
 
 } // namespace
+
+namespace tarnix {
+
+namespace {
+// Commands 49 to 82 that may be queried, as a bit mask over cmd - 49:
+// KEY_MAX_SHUTTER 49, 50, 51, 55, 56 and the iris position 82.
+const int kRangeMaskBase = 49;
+const unsigned long long kRangeMask =
+    (1ULL << 0) | (1ULL << 1) | (1ULL << 2) | (1ULL << 6) | (1ULL << 7) | (1ULL << 33);
+// KEY_AUTO_FOCUS_NEAR_LIMIT, queried as well.
+const int kFocusNearLimit = 1537;
+} // namespace
+
+bool isRangeQueryable(int p_nCmd) {
+    if (p_nCmd == kFocusNearLimit) {
+        return true;
+    }
+    if (p_nCmd < kRangeMaskBase || p_nCmd > kRangeMaskBase + 63) {
+        return false;
+    }
+    return ((kRangeMask >> (p_nCmd - kRangeMaskBase)) & 1ULL) != 0;
+}
+
+} // namespace tarnix
 
 bool ISensorController::getSensorParamRange(int cmd, int& defaultValue, std::string& range) {
     ia_dynamic_cmd_list_st dnaCmdList;
@@ -55,7 +62,7 @@ bool ISensorController::getSensorParamRange(int cmd, int& defaultValue, std::str
     const int32_t nCmdCount = clampCount<int32_t>(dnaCmdList.cmd_cnt, IA_DYNAMIC_CMD_MAX);
     bool bListed = false;
     for (int32_t i = 0; i < nCmdCount; ++i) {
-        if (static_cast<int>(dnaCmdList.cmd_list[i]) == cmd && isQueryable(cmd)) {
+        if (static_cast<int>(dnaCmdList.cmd_list[i]) == cmd && tarnix::isRangeQueryable(cmd)) {
             bListed = true;
             break;
         }
