@@ -3,7 +3,9 @@
 // Per-channel values (set stores, get returns), the dynamic parameter list
 // (command 4112) and range records (option 2), correction (option 3: the
 // nearest allowed value), command status (option 4) and the multi-word
-// records the library sends. Thread-safe. Profile format: docs/simulator.md.
+// records the library sends. Command ids are 16-bit: a larger id fails.
+// Profiles may seed defects for the porting kit's checker to catch.
+// Thread-safe. Profile format: docs/simulator.md.
 #include <cstdint>
 #include <string>
 #include <vector>
