@@ -35,24 +35,7 @@ protected:
 #ifdef SENSORCTL_EMULATOR
         emulator = SENSORCTL_EMULATOR;
 #endif
-        if (emulator.empty()) {
-            return SENSORCTL_PATH;
-        }
-        std::string script = "#!/bin/sh\nexec";
-        std::string word;
-        for (char c : emulator + "|" + SENSORCTL_PATH + "|") {
-            if (c == '|') {
-                script += " '" + word + "'";
-                word.clear();
-            } else {
-                word += c;
-            }
-        }
-        script += " \"$@\"\n";
-        std::string path = root() + "/sensorctl-emulated";
-        writeFile("/sensorctl-emulated", script);
-        ::chmod(path.c_str(), 0755);
-        return path;
+        return tarnix_test::programThroughEmulator(SENSORCTL_PATH, emulator, root() + "/sensorctl-emulated");
 #else
         return "";
 #endif
