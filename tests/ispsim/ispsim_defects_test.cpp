@@ -3,57 +3,24 @@
 // checks must catch.
 #include <gtest/gtest.h>
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <atomic>
 #include <chrono>
-#include <cstdlib>
-#include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "tests/ispsim/ProfileDirTest.h"
 #include "ispsim/ispsim.h"
 #include "platform/ia_ioctrl.h"
 
 namespace {
 
-class IspSimDefectsTest : public ::testing::Test {
+class IspSimDefectsTest : public ProfileDirTest {
 protected:
-    void SetUp() override {
-        ispsim::reset();
-        const char* base = std::getenv("TMPDIR");
-        std::string templ = std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/ispsim-defects-XXXXXX";
-        std::vector<char> buffer(templ.begin(), templ.end());
-        buffer.push_back('\0');
-        ASSERT_NE(nullptr, ::mkdtemp(buffer.data()));
-        m_strDir = buffer.data();
-    }
-    void TearDown() override {
-        for (const auto& file : m_vecFiles) {
-            ::unlink(file.c_str());
-        }
-        ::rmdir((m_strDir + "/sub").c_str());
-        ::rmdir(m_strDir.c_str());
-        ispsim::reset();
-    }
-
-    // Writes a profile file at p_strName below the test directory.
     std::string write(const std::string& p_strName, const std::string& p_strContent) {
-        std::string path = m_strDir + "/" + p_strName;
-        if (p_strName.find('/') != std::string::npos) {
-            ::mkdir((m_strDir + "/" + p_strName.substr(0, p_strName.find('/'))).c_str(), 0755);
-        }
-        std::ofstream out(path, std::ios::binary | std::ios::trunc);
-        out << p_strContent;
-        m_vecFiles.push_back(path);
-        return path;
+        return writeFile(p_strName, p_strContent);
     }
     bool load(const std::string& p_strContent) { return ispsim::loadProfile(write("p.conf", p_strContent)); }
-
-    std::string m_strDir;
-    std::vector<std::string> m_vecFiles;
 };
 
 int ioctl(int channel, unsigned int cmd, unsigned int opt, void* data) {
