@@ -36,7 +36,7 @@ std::map<uint32_t, RangeRecord> listedRanges(const IspCall& p_fnIsp, int p_nChan
 uint32_t otherValue(uint32_t p_nCurrent, const RangeRecord* p_pRange);
 
 // Commands of one stored value that survive a set and a read on channel
-// p_nChannel (lens motors left alone), at most p_nWanted, in table order.
+// p_nChannel (motor positions left alone), at most p_nWanted, in table order.
 std::vector<uint32_t> storedCommands(const IspCall& p_fnIsp, int p_nChannel, size_t p_nWanted);
 
 } // namespace conformance

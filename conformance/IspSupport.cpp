@@ -36,7 +36,7 @@ std::vector<uint32_t> storedCommands(const IspCall& p_fnIsp, int p_nChannel, siz
         if (found.size() >= p_nWanted) {
             break;
         }
-        if (command.kind != RowKind::Value || isLensCommand(command.cmd)) {
+        if (command.kind != RowKind::Value || isMotorPosition(command.cmd)) {
             continue;
         }
         uint32_t original = 0;

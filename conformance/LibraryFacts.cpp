@@ -187,7 +187,9 @@ uint32_t dayNightCommand() { return IA_CMD_DN_STATE; }
 
 uint32_t commandListCommand() { return IA_CMD_DYNAMIC_PARAMS_CMDS_GET; }
 
-bool isLensCommand(uint32_t p_nCmd) { return p_nCmd >= IA_CMD_AUTO_FOCUS_MODE && p_nCmd <= IA_CMD_LENS_RESET; }
+bool isMotorPosition(uint32_t p_nCmd) {
+    return p_nCmd == IA_CMD_MF_POSITION || p_nCmd == IA_CMD_MZ_POSITION || p_nCmd == IA_CMD_IRIS_POSITION;
+}
 
 const char* schemeDirectory() { return SENSOR_CONFIG_DIR; }
 

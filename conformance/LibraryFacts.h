@@ -78,9 +78,10 @@ const std::vector<DirectRead>& directReads();
 uint32_t shutterCommand();
 uint32_t dayNightCommand();
 uint32_t commandListCommand();
-// Commands the lens-lock filter of doIaCmd covers (lens motors): a check
-// that moves values back and forth leaves them alone.
-bool isLensCommand(uint32_t p_nCmd);
+// Motor positions (focus, zoom, iris): a set moves a motor, and a read gives
+// where the motor is on its way. Checks that move values back and forth
+// leave them alone.
+bool isMotorPosition(uint32_t p_nCmd);
 
 // Device files the library reads and writes through the platform.
 const char* schemeDirectory();

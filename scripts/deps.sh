@@ -6,11 +6,16 @@ set -euo pipefail
 want=()
 for group in "${@:-base}"; do
     case "$group" in
-        base) want+=(g++ cmake make libtinyxml-dev) ;;
-        test) want+=(g++ cmake make libtinyxml-dev libgtest-dev libgmock-dev libbenchmark-dev) ;;
-        cross) want+=(g++-aarch64-linux-gnu qemu-user libtinyxml-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64) ;;
+        # CLI11 and nlohmann-json are header-only (architecture "all"): the
+        # same packages serve native and cross builds of tarnix-conformance.
+        base) want+=(g++ cmake make libtinyxml-dev libcli11-dev nlohmann-json3-dev) ;;
+        test) want+=(g++ cmake make libtinyxml-dev libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev
+                     libbenchmark-dev) ;;
+        cross) want+=(g++-aarch64-linux-gnu qemu-user libtinyxml-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64
+                      libcli11-dev nlohmann-json3-dev) ;;
         fuzz) want+=(clang libclang-rt-dev) ;;
-        all) want+=(g++ cmake make libtinyxml-dev libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-dev
+        all) want+=(g++ cmake make libtinyxml-dev libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev
+                    libbenchmark-dev clang libclang-rt-dev
                     g++-aarch64-linux-gnu qemu-user libtinyxml-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64) ;;
         *) echo "deps.sh: unknown group '$group'" >&2; exit 2 ;;
     esac

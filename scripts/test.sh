@@ -1,11 +1,14 @@
 #!/usr/bin/env bash
 # The whole test suite: installs what is missing, then builds and runs the
 # tests in a normal build, with ASan+UBSan and with ThreadSanitizer, builds an
-# outside program against the installed package, and runs the AArch64 suite
+# outside program against the installed package, runs the porting kit's
+# checker against the sample device trees and builds it as for a device
+# (without the POSIX port), and runs the AArch64 suite
 # under emulation, the fuzz smoke runs and a short benchmark when their parts
 # are present. Exits non-zero on any failure.
 #
-# Usage: scripts/test.sh [stage...]   stages: normal asan tsan install aarch64 fuzz bench
+# Usage: scripts/test.sh [stage...]
+#   stages: normal asan tsan install conformance aarch64 fuzz bench
 # Environment: TARNIX_BUILD_ROOT (default ./build), JOBS (default nproc).
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -17,6 +20,7 @@ mkdir -p "$OUT"
 stages=("$@")
 if [[ ${#stages[@]} -eq 0 ]]; then
     stages=(normal asan tsan install)
+    [[ -f conformance/CMakeLists.txt ]] && stages+=(conformance)
     [[ -f cmake/toolchain-aarch64.cmake ]] && stages+=(aarch64)
     [[ -f fuzz/CMakeLists.txt ]] && stages+=(fuzz)
     [[ -f bench/CMakeLists.txt ]] && stages+=(bench)
@@ -79,6 +83,30 @@ stage_install() {
     cmake --build "$OUT/subproject" -j"$JOBS" --target minimal_host
     rm -rf "$OUT/subproject-root" && cp -r "$SRC/devices/box" "$OUT/subproject-root"
     "$OUT/subproject/minimal_host" "$OUT/subproject-root"
+}
+
+stage_conformance() {
+    log "tarnix-conformance against the sample device trees"
+    [[ -d "$OUT/normal" ]] || configure_build "$OUT/normal"
+    cmake --build "$OUT/normal" -j"$JOBS" --target tarnix-conformance
+    bash scripts/conformance.sh "$OUT/normal/conformance/tarnix-conformance" "$OUT/conformance"
+    log "tarnix-conformance built as for a device (TARNIX_WITH_POSIX_PORT=OFF)"
+    # Without the device's libraries only the objects are built: the same
+    # sources compile against the platform headers alone.
+    cmake -S "$SRC" -B "$OUT/device" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTARNIX_WERROR=ON \
+        -DTARNIX_WITH_POSIX_PORT=OFF -DTARNIX_DEVICE_LIBRARIES= >"$OUT/device.configure.log" 2>&1 ||
+        { cat "$OUT/device.configure.log"; return 1; }
+    cmake --build "$OUT/device" -j"$JOBS" --target tarnix_conformance_checks tarnix_conformance_tool_objects
+    # Linked against stand-ins for the device's libraries (the POSIX port and
+    # the simulated ISP of the normal build) and run on a sample tree, which
+    # the stand-in port finds through TARNIX_ROOT as a device finds its paths.
+    cmake "$OUT/device" -DTARNIX_DEVICE_LIBRARIES="$OUT/normal/libtarnix_platform.so;$OUT/normal/libispsim.so" \
+        >>"$OUT/device.configure.log" 2>&1 || { cat "$OUT/device.configure.log"; return 1; }
+    cmake --build "$OUT/device" -j"$JOBS" --target tarnix-conformance
+    rm -rf "$OUT/device-root" && cp -r "$SRC/devices/box" "$OUT/device-root"
+    TARNIX_ROOT="$OUT/device-root" LD_LIBRARY_PATH="$OUT/normal" "$OUT/device/conformance/tarnix-conformance" \
+        --only 'isp.read,isp.records,isp.unknown,platform.*'
+    rm -rf "$OUT/device-root"
 }
 
 stage_aarch64() {

@@ -37,9 +37,11 @@ void setTimeScale(double p_dScale) { platform::setTimeScale(p_dScale); }
 
 void addHostOptions(CLI::App& p_objApp, HostOptions& p_stOptions) {
     p_objApp.add_option("--root", p_stOptions.root,
-                        "device root directory (as for sensorctl; default: $TARNIX_ROOT)");
+                        "device root directory (as for sensorctl; default: $TARNIX_ROOT)")
+        ->type_name("DIR");
     p_objApp.add_option("--isp-profile", p_stOptions.ispProfile,
-                        "simulated ISP profile to load (default: <root>/isp/profile.conf)");
+                        "simulated ISP profile to load (default: <root>/isp/profile.conf)")
+        ->type_name("FILE");
 }
 
 bool prepareHost(const HostOptions& p_stOptions, std::string& p_strError, std::vector<std::string>& p_vecNotes) {

@@ -69,7 +69,7 @@ std::vector<std::string> detailLines(const CheckRun& p_stRun) {
 std::string summaryLine(const Summary& p_stSummary, double p_dElapsedMs) {
     char szTime[32];
     std::snprintf(szTime, sizeof(szTime), "%.1f s", p_dElapsedMs / 1000.0);
-    return std::to_string(p_stSummary.total()) + " checks: " + std::to_string(p_stSummary.ok) + " ok, " +
+    return std::to_string(p_stSummary.total()) + (p_stSummary.total() == 1 ? " check: " : " checks: ") + std::to_string(p_stSummary.ok) + " ok, " +
            std::to_string(p_stSummary.fail) + " FAIL, " + std::to_string(p_stSummary.warn) + " warn, " +
            std::to_string(p_stSummary.skip) + " skip (" + szTime + ")";
 }

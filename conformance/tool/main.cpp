@@ -49,19 +49,25 @@ int main(int argc, char** argv) {
     std::string strJson;
     std::string strScratch;
     app.add_flag("--list", bList, "list the checks and exit");
-    app.add_option("--only", strOnly, "run the checks whose id matches (shell patterns, comma-separated: 'isp.*')");
+    app.add_option("--only", strOnly, "run the checks whose id matches (shell patterns, comma-separated: 'isp.*')")
+        ->type_name("PATTERN");
     app.add_option("--channel", options.channel, "channel as the library numbers it, from 1 (ISP channel N-1)")
-        ->check(CLI::Range(1, 1 << 20));
+        ->check(CLI::Range(1, 1 << 20))
+        ->type_name("N");
     app.add_option("--other-channel", options.otherChannel,
                    "second channel for the interference check (default: channel + 1)")
-        ->check(CLI::Range(1, 1 << 20));
+        ->check(CLI::Range(1, 1 << 20))
+        ->type_name("N");
     app.add_option("--slow-ms", options.slowMs, "latency warning threshold, median in milliseconds (default 5)")
-        ->check(CLI::PositiveNumber);
+        ->check(CLI::PositiveNumber)
+        ->type_name("MS");
     app.add_option("--calls", options.latencyCalls, "calls per command for the latency figures (default 20)")
-        ->check(CLI::Range(1, 100000));
-    app.add_option("--json", strJson, "also write the report as JSON to FILE");
+        ->check(CLI::Range(1, 100000))
+        ->type_name("N");
+    app.add_option("--json", strJson, "also write the report as JSON to FILE")->type_name("FILE");
     app.add_option("--scratch", strScratch,
-                   "device directory for scratch files (default /tmp/tarnix-conformance-<pid>, removed after)");
+                   "device directory for scratch files (default /tmp/tarnix-conformance-<pid>, removed after)")
+        ->type_name("DIR");
     app.add_flag("--verbose", bVerbose, "print every finding under its check");
     addHostOptions(app, hostOptions);
     try {

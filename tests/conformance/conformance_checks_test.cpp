@@ -67,8 +67,10 @@ TEST(LibraryFacts, LimitsAndRecordsComeFromTheLibrary) {
     EXPECT_EQ(2u, valueWordOf(154));
     EXPECT_EQ(3u, valueWordOf(152));
     EXPECT_EQ(0u, valueWordOf(34));
-    EXPECT_TRUE(isLensCommand(1552));
-    EXPECT_FALSE(isLensCommand(1617));
+    EXPECT_TRUE(isMotorPosition(1552));
+    EXPECT_TRUE(isMotorPosition(1568));
+    EXPECT_TRUE(isMotorPosition(82));
+    EXPECT_FALSE(isMotorPosition(1536));
     EXPECT_STREQ("/mnt/mtd/code/config_file", schemeDirectory());
 }
 
@@ -121,6 +123,7 @@ TEST(Report, OneLinePerCheckAndASummary) {
     std::vector<CheckRun> runs = {run, longRun, CheckRun{&def, fail("a", "b", "c"), 1.0}};
     Summary summary = summarise(runs);
     EXPECT_EQ("3 checks: 1 ok, 1 FAIL, 1 warn, 0 skip (2.5 s)", summaryLine(summary, 2468.0));
+    EXPECT_EQ("1 check: 1 ok, 0 FAIL, 0 warn, 0 skip (0.0 s)", summaryLine(summarise({longRun}), 12.0));
 }
 
 TEST_F(ConformanceChecksTest, AnIspWithoutDynamicParametersHasNoRangesToCheck) {
