@@ -47,8 +47,9 @@ struct Options {
     // The channel as the library's controller numbers it (1-based); the ISP
     // is addressed as channel - 1, exactly as the controller does.
     int channel = 1;
-    // A second channel for the interference check (0: channel + 1).
-    int otherChannel = 0;
+    // A second channel for the interference check: -1 for channel + 1, 0
+    // for none.
+    int otherChannel = -1;
     // Latency above this median (milliseconds) is reported as a warning.
     double slowMs = 5.0;
     // Calls per command for the latency figures.
@@ -58,7 +59,10 @@ struct Options {
     std::string scratchDir = "/tmp/tarnix-conformance";
 
     int ispChannel() const { return channel - 1; }
-    int otherIspChannel() const { return (otherChannel > 0 ? otherChannel : channel + 1) - 1; }
+    // -1 when there is none.
+    int otherIspChannel() const {
+        return otherChannel == 0 ? -1 : (otherChannel > 0 ? otherChannel : channel + 1) - 1;
+    }
 };
 
 struct Context {

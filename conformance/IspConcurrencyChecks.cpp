@@ -113,8 +113,8 @@ Result checkIspThreads(Context& p_stContext) {
 Result checkIspChannels(Context& p_stContext) {
     const int nFirst = p_stContext.options.ispChannel();
     const int nSecond = p_stContext.options.otherIspChannel();
-    if (nSecond == nFirst || nSecond < 0) {
-        return skip("no second channel to compare with");
+    if (nSecond < 0) {
+        return skip("no second channel to compare with (--other-channel 0)");
     }
     std::vector<uint32_t> cmds = storedCommands(p_stContext.isp, nFirst, 1);
     if (cmds.empty()) {

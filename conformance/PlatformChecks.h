@@ -26,7 +26,8 @@ Result checkModuleConfig(Context& p_stContext);
 Result checkStringHandler(Context& p_stContext);
 
 // A scratch directory below Options::scratchDir for one check: created on
-// construction, emptied and removed on destruction, through the port.
+// construction, emptied and removed on destruction, through the port. The
+// scratch directory itself goes too when this object created it.
 class ScratchDir {
 public:
     ScratchDir(Context& p_stContext, const std::string& p_strName);
@@ -43,6 +44,7 @@ private:
     Context& m_stContext;
     std::string m_strPath;
     bool m_bReady;
+    bool m_bMadeParent;
 };
 
 // Writes p_strData to a device file through the port (mode 66); false when

@@ -10,7 +10,9 @@
 namespace conformance {
 
 ScratchDir::ScratchDir(Context& p_stContext, const std::string& p_strName)
-    : m_stContext(p_stContext), m_strPath(p_stContext.options.scratchDir + "/" + p_strName), m_bReady(false) {
+    : m_stContext(p_stContext), m_strPath(p_stContext.options.scratchDir + "/" + p_strName), m_bReady(false),
+      m_bMadeParent(false) {
+    m_bMadeParent = !m_stContext.port.exists(m_stContext.options.scratchDir);
     m_bReady = m_stContext.port.makeDirs(m_strPath);
 }
 
@@ -21,8 +23,9 @@ ScratchDir::~ScratchDir() {
     if (!m_stContext.port.remove(m_strPath)) {
         ::rmdir(m_stContext.port.resolve(m_strPath).c_str());
     }
-    // The shared parent goes when the last check's directory is gone.
-    ::rmdir(m_stContext.port.resolve(m_stContext.options.scratchDir).c_str());
+    if (m_bMadeParent) {
+        ::rmdir(m_stContext.port.resolve(m_stContext.options.scratchDir).c_str());
+    }
 }
 
 bool writeWhole(Context& p_stContext, const std::string& p_strPath, const std::string& p_strData) {

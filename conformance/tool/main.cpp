@@ -55,8 +55,8 @@ int main(int argc, char** argv) {
         ->check(CLI::Range(1, 1 << 20))
         ->type_name("N");
     app.add_option("--other-channel", options.otherChannel,
-                   "second channel for the interference check (default: channel + 1)")
-        ->check(CLI::Range(1, 1 << 20))
+                   "second channel for the interference check (default: channel + 1; 0: none)")
+        ->check(CLI::Range(0, 1 << 20))
         ->type_name("N");
     app.add_option("--slow-ms", options.slowMs, "latency warning threshold, median in milliseconds (default 5)")
         ->check(CLI::PositiveNumber)
@@ -94,6 +94,9 @@ int main(int argc, char** argv) {
     }
     if (options.otherChannel == options.channel) {
         return usageError("--other-channel must differ from --channel");
+    }
+    if (!strScratch.empty() && strScratch[0] != '/') {
+        return usageError("--scratch needs an absolute device path, not '" + strScratch + "'");
     }
     options.scratchDir = !strScratch.empty() ? strScratch : "/tmp/tarnix-conformance-" + std::to_string(::getpid());
 

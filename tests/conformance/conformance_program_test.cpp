@@ -308,6 +308,7 @@ TEST_F(ConformanceProgramTest, UsageErrorsAreOneLineOnStderrWithExitCode2) {
         {{"--root", m_strCam, "--no-such-option"}, "--no-such-option"},
         {{"--root", m_strCam, "--isp-profile", m_strCam + "/missing.conf"}, "cannot load the ISP profile"},
         {{"--root", m_strCam, "--channel", "2", "--other-channel", "2"}, "--other-channel must differ from --channel"},
+        {{"--root", m_strCam, "--scratch", "tmp/x"}, "--scratch needs an absolute device path, not 'tmp/x'"},
     };
     for (const Case& c : cases) {
         RunResult r = run(c.args);
@@ -318,6 +319,30 @@ TEST_F(ConformanceProgramTest, UsageErrorsAreOneLineOnStderrWithExitCode2) {
         EXPECT_NE(std::string::npos, errLines[0].find(c.text)) << errLines[0];
         EXPECT_EQ("", r.out);
     }
+}
+
+TEST_F(ConformanceProgramTest, OtherChannelZeroLeavesTheChannelCheckOut) {
+    layDown("box");
+    RunResult r = run({"--root", m_strCam, "--only", "isp.channels", "--other-channel", "0"});
+    EXPECT_EQ(0, r.code) << r.out << r.err;
+    EXPECT_NE(std::string::npos,
+              r.out.find("isp.channels            skip: no second channel to compare with (--other-channel 0)\n"))
+        << r.out;
+    r = run({"--root", m_strCam, "--only", "isp.channels", "--other-channel", "4"});
+    EXPECT_NE(std::string::npos, r.out.find("ok (ISP channels 0 and 3 keep their own values)")) << r.out;
+}
+
+TEST_F(ConformanceProgramTest, AScratchDirectoryOfTheUsersIsKept) {
+    layDown("box");
+    RunResult r = run({"--root", m_strCam, "--only", "platform.file.modes,platform.logger", "--scratch", "/mnt/mtd/log"});
+    EXPECT_EQ(0, r.code) << r.out << r.err;
+    std::set<std::string> files;
+    filesBelow(m_strCam + "/mnt/mtd/log", "", files);
+    EXPECT_EQ((std::set<std::string>{".keep"}), files);
+    r = run({"--root", m_strCam, "--only", "platform.file.modes", "--scratch", "/var/conformance/scratch"});
+    EXPECT_EQ(0, r.code) << r.out << r.err;
+    // Made by the run, removed by it (its parents stay).
+    EXPECT_FALSE(fileExists("/cam/var/conformance/scratch"));
 }
 
 TEST_F(ConformanceProgramTest, ARootFromTheEnvironmentIsUsed) {
