@@ -6,6 +6,7 @@
 #include <cstring>
 #include <deque>
 #include <map>
+#include <utility>
 #include <mutex>
 
 #include "ispsim/IspSimInternal.h"
@@ -31,6 +32,7 @@ struct Simulator {
     std::map<int, ChannelState> mapChannels;
     std::vector<Failure> vecFailures;
     std::deque<Call> dequeCalls;
+    ispsim::CallObserver observer;
 };
 
 Simulator& sim() {
@@ -183,6 +185,12 @@ void clearCalls() {
     s.dequeCalls.clear();
 }
 
+void setCallObserver(CallObserver observer) {
+    auto& s = sim();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    s.observer = std::move(observer);
+}
+
 } // namespace ispsim
 
 extern "C" int ia_ioctrl_v2(int channel, ia_cmd_e cmd, unsigned int opt, void* data) {
@@ -193,6 +201,9 @@ extern "C" int ia_ioctrl_v2(int channel, ia_cmd_e cmd, unsigned int opt, void* d
 
     ispsim::Call call{channel, command, opt, {}, -1};
     if (data == nullptr) {
+        if (s.observer) {
+            s.observer(call, call.data);
+        }
         appendCall(s, std::move(call));
         return -1;
     }
@@ -215,6 +226,9 @@ extern "C" int ia_ioctrl_v2(int channel, ia_cmd_e cmd, unsigned int opt, void* d
         std::memcpy(data, words.data(), words.size() * sizeof(uint32_t));
     }
     call.result = result;
+    if (s.observer) {
+        s.observer(call, write ? words : call.data);
+    }
     appendCall(s, std::move(call));
     return result;
 }

@@ -5,6 +5,7 @@
 // nearest allowed value), command status (option 4) and the multi-word
 // records the library sends. Thread-safe. Profile format: docs/simulator.md.
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -19,5 +20,11 @@ void setFailure(int channel, unsigned int cmd, int opt, int result);   // -1 for
 void clearFailures();
 std::vector<Call> calls();                               // data = the buffer's 32-bit words as passed in
 void clearCalls();
+// Sees every call as it is logged, on the caller's thread, together with the
+// buffer as the ISP left it (what a read answered). It runs under the
+// simulator's lock and must not call back into ispsim. Not touched by reset();
+// an empty function removes it.
+using CallObserver = std::function<void(const Call& call, const std::vector<uint32_t>& buffer)>;
+void setCallObserver(CallObserver observer);
 bool loadProfile(const std::string& path);               // values and dynamic params from a file (format in docs/)
 }
