@@ -28,6 +28,8 @@ struct Options {
     std::string styleFile;            // --style F (style merge)
     std::string diversityFile;        // --diversity F (style merge)
     std::string detail;               // --detail TEXT (style merge)
+    std::string bind = "127.0.0.1";   // --bind ADDR (serve)
+    int port = 8080;                  // --port P (serve)
 
     bool has(const std::string& p_strName) const { return given.count(p_strName) != 0; }
 };

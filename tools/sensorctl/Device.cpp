@@ -136,6 +136,25 @@ Device::Device(const Options& p_stOptions) : m_nChannel(p_stOptions.channel) {
     }
     ispsim::clearCalls();
 
+    readModuleConfiguration();
+}
+
+void Device::readModuleConfiguration() {
+    // A file that cannot be read leaves the configuration as it was.
+    const MachineInfo objMachine = m_objMachine;
+    const ModuleConfigure objModule = m_objModule;
+    try {
+        readModuleFiles();
+    } catch (const ToolError&) {
+        m_objMachine = objMachine;
+        m_objModule = objModule;
+        throw;
+    }
+}
+
+void Device::readModuleFiles() {
+    m_objMachine = MachineInfo();
+    m_objModule = ModuleConfigure();
     if (!SystemInfoParser::parseMachineInfo(SENSOR_MACHINEINFO_FILE, m_objMachine)) {
         runtimeError("cannot read the machine description " + hostPath(SENSOR_MACHINEINFO_FILE) +
                      " (it needs a DeviceType= line)");

@@ -47,6 +47,11 @@ public:
     const MachineInfo& machine() const { return m_objMachine; }
     const ModuleConfigure& module() const { return m_objModule; }
 
+    // Reads the machine description and the module configuration of the root
+    // again (the constructor does it once). Throws ToolError and then keeps
+    // what it had.
+    void readModuleConfiguration();
+
     // Writes the ISP values that differ from the profile into the state file
     // (removes it when none differ).
     void saveIspState();
@@ -54,6 +59,7 @@ public:
 private:
     using Snapshot = std::map<std::pair<int, unsigned int>, uint32_t>;
     static Snapshot snapshot();
+    void readModuleFiles();
 
     std::string m_strRoot;
     int m_nChannel;

@@ -15,6 +15,9 @@
 #include "tools/sensorctl/Commands.h"
 #include "tools/sensorctl/Device.h"
 #include "tools/sensorctl/Output.h"
+#ifdef SENSORCTL_WITH_SERVE
+#include "tools/sensorctl/serve/Serve.h"
+#endif
 
 using namespace sensorctl;
 
@@ -125,6 +128,15 @@ int run(const std::vector<std::string>& p_vecArgs) {
         allowOnly(options, name, {"root", "channel", "clock", "time-scale"});
         expectArgs(options, 1, 0, 0, "shell");
         return runShell(options);
+    }
+    if (name == "serve") {
+        allowOnly(options, name, {"root", "channel", "clock", "time-scale", "bind", "port"});
+        expectArgs(options, 1, 0, 0, "serve [--bind ADDR] [--port P]");
+#ifdef SENSORCTL_WITH_SERVE
+        return runServe(options);
+#else
+        runtimeError("this sensorctl was built without 'serve' (it needs libcpp-httplib-dev and nlohmann-json3-dev)");
+#endif
     }
     return runControllerProgram(options);
 }
