@@ -1,16 +1,20 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build needs, if any is missing.
-# Usage: scripts/deps.sh [base|test|cross|fuzz|all]...
+# Usage: scripts/deps.sh [base|test|cross|fuzz|browser|all]...
 set -euo pipefail
 
 want=()
 for group in "${@:-base}"; do
     case "$group" in
         base) want+=(g++ cmake make libtinyxml-dev) ;;
-        test) want+=(g++ cmake make libtinyxml-dev libgtest-dev libgmock-dev libbenchmark-dev) ;;
+        test) want+=(g++ cmake make libtinyxml-dev libgtest-dev libgmock-dev libbenchmark-dev
+                     pkg-config libcpp-httplib-dev nlohmann-json3-dev) ;;
         cross) want+=(g++-aarch64-linux-gnu qemu-user libtinyxml-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64) ;;
         fuzz) want+=(clang libclang-rt-dev) ;;
+        # The settings page of sensorctl serve in a real browser.
+        browser) want+=(chromium chromium-driver python3-selenium) ;;
         all) want+=(g++ cmake make libtinyxml-dev libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-dev
+                    pkg-config libcpp-httplib-dev nlohmann-json3-dev chromium chromium-driver python3-selenium
                     g++-aarch64-linux-gnu qemu-user libtinyxml-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64) ;;
         *) echo "deps.sh: unknown group '$group'" >&2; exit 2 ;;
     esac
