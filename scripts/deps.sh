@@ -6,7 +6,8 @@ set -euo pipefail
 want=()
 for group in "${@:-base}"; do
     case "$group" in
-        base) want+=(g++ cmake make libtinyxml-dev) ;;
+        # sensorctl is part of a normal build, its serve command needs cpp-httplib and nlohmann-json.
+        base) want+=(g++ cmake make libtinyxml-dev pkg-config libcpp-httplib-dev nlohmann-json3-dev) ;;
         test) want+=(g++ cmake make libtinyxml-dev libgtest-dev libgmock-dev libbenchmark-dev
                      pkg-config libcpp-httplib-dev nlohmann-json3-dev) ;;
         cross) want+=(g++-aarch64-linux-gnu qemu-user libtinyxml-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64) ;;
