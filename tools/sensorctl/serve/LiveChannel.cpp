@@ -333,6 +333,12 @@ void LiveChannel::setNight(bool p_bNight) {
     ispsim::setValue(m_objDevice.ispChannel(), IA_CMD_DN_STATE, p_bNight ? 1u : 0u);
 }
 
+u32 LiveChannel::schemeCount() {
+    // The device's configuration changes under a reload.
+    SharedHold hold(m_objHold);
+    return m_objDevice.schemeCount();
+}
+
 nlohmann::json LiveChannel::state() {
     std::lock_guard<std::mutex> lock(m_actionMutex);
     SharedHold hold(m_objHold);

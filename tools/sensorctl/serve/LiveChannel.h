@@ -109,6 +109,8 @@ public:
 
     // What the status bar shows.
     nlohmann::json state();
+    // Number of user schemes (the factory scheme has this number).
+    u32 schemeCount();
 
     // Number of value changes seen (host actions and scheme switches); the
     // page reloads the values when it changes.

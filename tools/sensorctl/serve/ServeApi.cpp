@@ -304,13 +304,19 @@ void postScheme(LiveChannel& p_objLive, Response& p_objRes, const ContentReader&
     std::string body;
     json args;
     int nScheme = 0;
-    int nFactory = static_cast<int>(p_objLive.device().schemeCount());
+    int nFactory = static_cast<int>(p_objLive.schemeCount());
     if (!readBody(p_objRes, p_objReader, body) || !actionArguments(p_objRes, body, {"scheme"}, args) ||
         !integerArgument(p_objRes, args, "scheme", 0, nFactory, nScheme)) {
         return;
     }
     bool bOk = false;
+    bool bGone = false;
     LiveChannel::Outcome outcome = p_objLive.act("scheme", std::to_string(nScheme), [&](ISensorController& ctl) {
+        // A reload since the check may have changed the number of schemes.
+        if (static_cast<u32>(nScheme) > p_objLive.device().schemeCount()) {
+            bGone = true;
+            return json{{"result", false}};
+        }
         p_objLive.beforeHostSwitch(ctl);
         bOk = ctl.setParamScheme(nScheme);
         p_objLive.afterHostSwitch(ctl, bOk ? nScheme : -1);
@@ -319,6 +325,10 @@ void postScheme(LiveChannel& p_objLive, Response& p_objRes, const ContentReader&
         return json{{"result", bOk}, {"scheme", nNow}};
     });
     json answer = actionBody(outcome);
+    if (bGone) {
+        sendError(p_objRes, 400, format("'scheme' must be 0 to %u", p_objLive.schemeCount()));
+        return;
+    }
     if (!bOk) {
         answer["error"] = format("switching to scheme %d failed", nScheme);
     }
