@@ -16,6 +16,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "support/KeyValFile.h"
 #include "support/TestEnv.h"
 #include "tools/sensorctl/Args.h"
 #include "tools/sensorctl/Device.h"
@@ -143,23 +144,12 @@ protected:
         return static_cast<int32_t>(value);
     }
 
-    // Records of a scheme file of the root.
+    // Records of a scheme file of the root, and a key's value in them.
     std::vector<KeyVal> schemeRecords(const std::string& p_strDevicePath) const {
-        std::string bytes = readFile(p_strDevicePath);
-        std::vector<KeyVal> records(bytes.size() / sizeof(KeyVal));
-        if (!records.empty()) {
-            std::memcpy(records.data(), bytes.data(), records.size() * sizeof(KeyVal));
-        }
-        return records;
+        return tarnix_test::readKeyValFile(hostPath(p_strDevicePath));
     }
-
     static long long valueOf(const std::vector<KeyVal>& p_vecRecords, u32 p_nKey) {
-        for (const KeyVal& kv : p_vecRecords) {
-            if (kv.key == p_nKey) {
-                return static_cast<int32_t>(kv.value);
-            }
-        }
-        return -12345;
+        return tarnix_test::keyValueOf(p_vecRecords, p_nKey);
     }
 
     // Waits (up to 10 s) until GET /api/state reports the scheme.

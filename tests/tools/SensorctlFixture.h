@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "controller/SensorTypes.h"
+#include "support/KeyValFile.h"
 #include "support/TestEnv.h"
 #include "tools/SensorctlRun.h"
 
@@ -83,21 +84,11 @@ protected:
     }
     // Records of a scheme file below <cam>.
     std::vector<KeyVal> camRecords(const std::string& p_strDevicePath) const {
-        std::string bytes = slurp(camPath(p_strDevicePath));
-        std::vector<KeyVal> records(bytes.size() / sizeof(KeyVal));
-        if (!records.empty()) {
-            std::memcpy(records.data(), bytes.data(), records.size() * sizeof(KeyVal));
-        }
-        return records;
+        return tarnix_test::readKeyValFile(camPath(p_strDevicePath));
     }
     // Value of a key in records; -12345 when absent.
     static long long valueOf(const std::vector<KeyVal>& p_vecRecords, u32 p_nKey) {
-        for (const KeyVal& kv : p_vecRecords) {
-            if (kv.key == p_nKey) {
-                return static_cast<int32_t>(kv.value);
-            }
-        }
-        return -12345;
+        return tarnix_test::keyValueOf(p_vecRecords, p_nKey);
     }
     // The run failed with the exit code and one error line on stderr that
     // contains the text.

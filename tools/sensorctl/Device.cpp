@@ -47,27 +47,10 @@ bool isFile(const std::string& p_strPath) {
     return ::stat(p_strPath.c_str(), &st) == 0 && S_ISREG(st.st_mode);
 }
 
-const char* optName(unsigned int p_nOpt) {
-    switch (p_nOpt) {
-    case IA_CMD_OPT_SET:
-        return "set";
-    case IA_CMD_OPT_GET:
-        return "get";
-    case IA_CMD_OPT_GET_PARAM_RNAGE:
-        return "range";
-    case IA_CMD_OPT_CORRECT_PARAM:
-        return "correct";
-    case IA_CMD_OPT_GET_STATUS:
-        return "status";
-    default:
-        return "opt?";
-    }
-}
-
 // One log line of an ISP call (data shown for sets only: for the other
 // options the buffer holds what the caller passed in, not the answer).
 std::string describeCall(const ispsim::Call& p_stCall) {
-    std::string text = format("isp ch%d %s %u %s", p_stCall.channel, optName(p_stCall.opt), p_stCall.cmd,
+    std::string text = format("isp ch%d %s %u %s", p_stCall.channel, ispOptionName(p_stCall.opt), p_stCall.cmd,
                               nameOrDash(ispCommandName(p_stCall.cmd)));
     if (p_stCall.opt == IA_CMD_OPT_SET && !p_stCall.data.empty()) {
         if (p_stCall.data.size() == 1) {

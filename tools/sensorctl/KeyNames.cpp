@@ -2,6 +2,8 @@
 // table, and of the ISP commands that no key drives.
 #include "tools/sensorctl/KeyNames.h"
 
+#include "platform/ia_ioctrl.h"
+
 namespace sensorctl {
 
 namespace {
@@ -246,6 +248,23 @@ const char* ispCommandName(uint32_t cmd) {
         }
     }
     return nullptr;
+}
+
+const char* ispOptionName(unsigned int opt) {
+    switch (opt) {
+    case IA_CMD_OPT_SET:
+        return "set";
+    case IA_CMD_OPT_GET:
+        return "get";
+    case IA_CMD_OPT_GET_PARAM_RNAGE:
+        return "range";
+    case IA_CMD_OPT_CORRECT_PARAM:
+        return "correct";
+    case IA_CMD_OPT_GET_STATUS:
+        return "status";
+    default:
+        return "opt?";
+    }
 }
 
 } // namespace sensorctl

@@ -26,23 +26,6 @@ constexpr size_t kMaxRememberedReads = 4096;
 // Answer words shown per call (a range record has 69).
 constexpr size_t kMaxAnswerWords = 16;
 
-const char* optName(unsigned int p_nOpt) {
-    switch (p_nOpt) {
-    case IA_CMD_OPT_SET:
-        return "set";
-    case IA_CMD_OPT_GET:
-        return "get";
-    case IA_CMD_OPT_GET_PARAM_RNAGE:
-        return "range";
-    case IA_CMD_OPT_CORRECT_PARAM:
-        return "correct";
-    case IA_CMD_OPT_GET_STATUS:
-        return "status";
-    default:
-        return "other";
-    }
-}
-
 nlohmann::json signedWords(const std::vector<uint32_t>& p_vecWords, size_t p_nMax) {
     nlohmann::json words = nlohmann::json::array();
     for (size_t i = 0; i < p_vecWords.size() && i < p_nMax; ++i) {
@@ -99,7 +82,7 @@ nlohmann::json ActivityLog::callJson(const IspCallRecord& p_stCall) {
     nlohmann::json call = {{"channel", p_stCall.channel},
                            {"cmd", p_stCall.cmd},
                            {"name", szName != nullptr ? szName : ""},
-                           {"opt", optName(p_stCall.opt)},
+                           {"opt", ispOptionName(p_stCall.opt)},
                            {"result", p_stCall.result}};
     if (p_stCall.opt == IA_CMD_OPT_SET) {
         // What was sent; a set answers nothing.

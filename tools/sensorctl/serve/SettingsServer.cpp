@@ -4,6 +4,7 @@
 #include <httplib.h>
 #include <sys/socket.h>
 
+#include <chrono>
 #include <cstdio>
 #include <random>
 
@@ -177,10 +178,16 @@ int SettingsServer::bind() {
 void SettingsServer::start(std::function<void()> p_fnStopped) {
     m_objThread = std::thread([this, p_fnStopped] {
         m_pServer->listen_after_bind();
+        m_bListenEnded = true;
         if (!m_bStopping.load() && p_fnStopped) {
             p_fnStopped();
         }
     });
+    // Back once the server runs: a stop() before that would find nothing to
+    // stop and leave the server serving.
+    while (!m_pServer->is_running() && !m_bListenEnded.load()) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
 }
 
 void SettingsServer::stop() {

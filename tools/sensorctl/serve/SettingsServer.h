@@ -45,8 +45,9 @@ public:
     void addRoutes(const RouteModule& p_fnModule);
     // Binds the listening socket; returns the port. Throws ToolError.
     int bind();
-    // Serves on a thread of its own until stop(). p_fnStopped runs on that
-    // thread when serving ends without a stop() (the socket failed).
+    // Serves on a thread of its own until stop(); returns once it serves.
+    // p_fnStopped runs on that thread when serving ends without a stop()
+    // (the socket failed).
     void start(std::function<void()> p_fnStopped = nullptr);
     void stop();
 
@@ -62,6 +63,7 @@ private:
     std::unique_ptr<httplib::Server> m_pServer;
     std::thread m_objThread;
     std::atomic<bool> m_bStopping{false};
+    std::atomic<bool> m_bListenEnded{false};
     int m_nPort = -1;
 };
 
