@@ -65,6 +65,9 @@ protected:
         sensorctl::serve::ServeConfig config;
         config.port = 0;
         m_pServer.reset(new sensorctl::serve::SettingsServer(*m_pLive, config, kToken));
+        for (const auto& module : m_vecModules) {
+            m_pServer->addRoutes(module);
+        }
         m_nPort = m_pServer->bind();
         m_pServer->start();
     }
@@ -199,6 +202,8 @@ protected:
         EXPECT_NE(std::string::npos, message.find(p_strText)) << message;
     }
 
+    // Route modules a test adds to the server before it starts.
+    std::vector<sensorctl::serve::SettingsServer::RouteModule> m_vecModules;
     std::unique_ptr<sensorctl::Device> m_pDevice;
     std::unique_ptr<sensorctl::serve::ActivityLog> m_pLog;
     std::unique_ptr<sensorctl::serve::LiveChannel> m_pLive;

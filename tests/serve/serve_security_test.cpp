@@ -121,6 +121,34 @@ TEST_F(ServeSecurityTest, PreflightFromAForeignOriginIsRefused) {
     EXPECT_EQ("", header(get("/api/state", {{"Origin", "http://evil.example"}}), "Access-Control-Allow-Origin"));
 }
 
+// Another module's routes on the same server: its paths are its own (no
+// token outside /api/), the host and origin checks still hold.
+class ServeModuleTest : public ServeTest {
+protected:
+    void SetUp() override {
+        ServeTest::SetUp();
+        m_vecModules.push_back([](httplib::Server& p_objServer, sensorctl::serve::LiveChannel& p_objLive) {
+            p_objServer.Post("/onvif/device_service", [&p_objLive](const httplib::Request& req, httplib::Response& res) {
+                int nScheme = p_objLive.state()["scheme"];
+                res.set_content("<scheme>" + std::to_string(nScheme) + "</scheme>" + req.body, "application/soap+xml");
+            });
+        });
+        startServer("box");
+    }
+};
+
+TEST_F(ServeModuleTest, ModuleRoutesAreServedWithTheLiveChannel) {
+    Reply r = post("/onvif/device_service", "<GetSystemDateAndTime/>", "application/soap+xml", false);
+    ASSERT_EQ(200, r.status) << r.text;
+    EXPECT_EQ("<scheme>0</scheme><GetSystemDateAndTime/>", r.text);
+    expectError(post("/onvif/device_service", "<x/>", "application/soap+xml", false, {{"Origin", "http://evil.example"}}),
+                403, "foreign origin");
+    expectError(get("/onvif/device_service", {{"Host", "evil.example"}}), 403, "loopback names only");
+    // The settings routes are still there and still want the token.
+    expectError(post("/api/flush", "{}", "application/json", false), 403, "X-Tarnix-Token");
+    EXPECT_EQ(200, get("/api/state").status);
+}
+
 TEST(ServeTokenTest, TokensAreRandomHexOf32Digits) {
     std::string a = makeToken();
     std::string b = makeToken();
