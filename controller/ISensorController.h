@@ -253,6 +253,20 @@ private:
     // The pass's non-forced switch to nScheme, skipped when it is current or busy.
     void switchIfNeeded(int nScheme);
 
+    // ---- steps of the apply loop setParameters(KeyVal*, u32, bool) and of
+    // the scheme cache (engine/ParamCache.cpp); reports name the caller ----
+    void applySchemeMode(u32 p_nValue, u32 p_nCurScheme);
+    bool applyOutsideTable(KeyVal& p_stRecord, u32 p_nCurScheme);
+    bool copyDayNightKey(const KeyVal& p_stRecord, u32 p_nCurScheme);
+    bool exceedsIrPowerCap(const tarnix::diag::Site& p_stSite, const KeyVal& p_stRecord, u32 p_nCurScheme);
+    bool selectLiveLightKey(const KeyVal& p_stRecord, u32 p_nCurScheme, u32& p_nCmdKey);
+    keycmd keyCmdRowFor(const tarnix::diag::Site& p_stSite, u32 p_nIndex, u32 p_nCmdKey);
+    int callKeyHandler(const tarnix::diag::Site& p_stSite, const keycmd& p_stRow, KeyVal& p_stRecord);
+    void cacheRecord(const tarnix::diag::Site& p_stSite, u32 p_nIndex, const KeyVal& p_stRecord, u32 p_nCurScheme);
+    // Allocates the scheme cache for nSchemeSum user schemes and the factory
+    // row, lowering nSchemeSum (with a report) when the rows cannot be held.
+    void allocateSchemeCache();
+
     SysConfig m_stSysConf;
     int m_nCameraID;
     PXMutex m_paramMutex;

@@ -18,10 +18,6 @@
 
 namespace {
 
-// The detail text of a module may name any number of schemes; no device has
-// more than a handful, and the cache holds nSchemeSum + 1 rows.
-const u32 kMaxSchemeSum = 64;
-
 // Time limit, in seconds, of the shell commands that delete stale files.
 const int kShellTimeLimit = 30;
 
@@ -122,12 +118,6 @@ bool ISensorController::init(const ModuleConfigure& p_objModuleConfigure) {
     int nRet = initSysConf(m_nCameraID, p_objModuleConfigure, &m_stSysConf);
     SENSOR_ASSERT_T(SNS_SUCCESS == nRet,
                     "SNS_SUCCESS == initSysConf(m_nCameraID,p_objModuleConfigure, &m_stSysConf)", "");
-    if (m_stSysConf.nSchemeSum > kMaxSchemeSum) {
-        SENSOR_TRACE(TRACE_WARN, "nSchemeSum(%u) out of range, limited to %u\n", m_stSysConf.nSchemeSum,
-                     kMaxSchemeSum);
-        m_stSysConf.nSchemeSum = kMaxSchemeSum;
-    }
-    const u32 nSchemeSum = m_stSysConf.nSchemeSum;
 
     // 3./4. Factory values out of the narrowed style, as many as it has.
     std::vector<KeyVal> vecFactory;
@@ -144,9 +134,9 @@ bool ISensorController::init(const ModuleConfigure& p_objModuleConfigure) {
     // 5. The scheme cache: one block of nSchemeSum + 1 rows, the last the
     // factory set. Every row starts as the factory set, so records a short
     // or damaged scheme file does not cover keep factory values.
+    allocateSchemeCache();
+    const u32 nSchemeSum = m_stSysConf.nSchemeSum;
     const size_t nRows = static_cast<size_t>(nSchemeSum) + 1;
-    m_pKeyValBlock = new KeyVal[nRows * m_nKeyValSum];
-    m_ppUserKeyVal = new KeyVal*[nRows];
     for (size_t s = 0; s < nRows; ++s) {
         m_ppUserKeyVal[s] = m_pKeyValBlock + s * m_nKeyValSum;
         if (m_nKeyValSum > 0) {
