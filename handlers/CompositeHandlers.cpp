@@ -3,13 +3,11 @@
 #define SNS_SOURCE_FILE "ISensorController.cpp"
 
 #include "controller/ISensorController.h"
+#include "controller/KeyCatalogue.h"
+
+using namespace tarnix::keys;
 
 namespace {
-
-const u32 kKeyMirror = 2384;
-const u32 kKeyBeaway = 2385;
-// Video-module notification bracketing a WDR change: 0 before, 1 after.
-const int kWdrNotify = 2370;
 
 // With the beaway mode on, the two single-axis mirror settings trade places.
 u32 swapMirror(u32 p_nMirror) {
@@ -34,11 +32,12 @@ int ISensorController::doHwdr(unsigned int p_nKey, unsigned int p_nDir, void* p_
         *pValue = 0;
         return SNS_SUCCESS;
     }
-    notifyToVideo(kWdrNotify, 0);
+    // The video module hears of a WDR change before and after it.
+    notifyToVideo(IA_CMD_WDR_NOTIFY, 0);
     int nRet = notifyToVideo(static_cast<int>(p_nKey), static_cast<int>(*pValue));
     SENSOR_ASSERT_T(SNS_SUCCESS == doIaCmd(p_nKey, p_nDir, p_pVal),
                     "SNS_SUCCESS == doIaCmd(p_nKey, p_nDir, p_pVal)", "");
-    notifyToVideo(kWdrNotify, 1);
+    notifyToVideo(IA_CMD_WDR_NOTIFY, 1);
     // The video module's answer decides.
     return nRet;
 }
@@ -92,7 +91,7 @@ int ISensorController::doMirror(unsigned int p_nKey, unsigned int p_nDir, void* 
     }
     u32 nMirror = *static_cast<u32*>(p_pVal);
     u32 nBeaway = 0;
-    getKeyValFromCache(static_cast<u32>(m_nCurScheme.load()), kKeyBeaway, nBeaway);
+    getKeyValFromCache(static_cast<u32>(m_nCurScheme.load()), KEY_BEAWAY, nBeaway);
     if (nBeaway != 0) {
         nMirror = swapMirror(nMirror);
     }
@@ -114,15 +113,15 @@ int ISensorController::doBeaway(unsigned int p_nKey, unsigned int p_nDir, void* 
     }
     u32 nBeaway = *static_cast<u32*>(p_pVal);
     u32 nMirror = 0;
-    getKeyValFromCache(static_cast<u32>(m_nCurScheme.load()), kKeyMirror, nMirror);
+    getKeyValFromCache(static_cast<u32>(m_nCurScheme.load()), KEY_MIRROR, nMirror);
     if (nBeaway != 0) {
         nMirror = swapMirror(nMirror);
     }
     // Re-send the mirror with the swap applied or removed.
-    SENSOR_ASSERT_T(SNS_SUCCESS == notifyToVideo(static_cast<int>(kKeyMirror), static_cast<int>(nMirror)),
+    SENSOR_ASSERT_T(SNS_SUCCESS == notifyToVideo(IA_CMD_UI_MIRROR, static_cast<int>(nMirror)),
                     "SNS_SUCCESS == notifyToVideo(IA_CMD_UI_MIRROR, nMirror)", "");
     SENSOR_ASSERT_T(SNS_SUCCESS == notifyToVideo(static_cast<int>(p_nKey), static_cast<int>(nBeaway)),
                     "SNS_SUCCESS == notifyToVideo(p_nKey, nBeaway)", "");
-    doIaCmd(kKeyMirror, p_nDir, &nMirror);
+    doIaCmd(IA_CMD_UI_MIRROR, p_nDir, &nMirror);
     return doIaCmd(p_nKey, p_nDir, &nBeaway);
 }
