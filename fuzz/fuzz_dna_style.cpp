@@ -27,15 +27,23 @@
 #include "config/DnaStyle.h"
 #include "config/FactoryDefaults.h"
 #include "config/sensor.h"
+#include "controller/KeyCatalogue.h"
 #include "fuzz/fuzz_support.h"
 #include "ispsim/ispsim.h"
+
+using namespace tarnix::keys;
 
 namespace {
 
 // Commands with special handling (shutters, focus limit), list items of the
 // sample styles and the items that the flags remove.
-const unsigned int kCommands[] = {49,  50,  51,  55,   56,   1537, 16,   57,   65,   82,   2368, 2369, 10,
-                                  11,  96,  144, 161,  768,  2304, 2528, 176,  34,   2048, 2064, 2386, 2385};
+const unsigned int kCommands[] = {
+    KEY_MAX_SHUTTER,  KEY_FIX_SHUTTER,  KEY_MIN_SHUTTER,     KEY_MIN_SHUTTER_NIGHT, KEY_MAX_SHUTTER_NIGHT,
+    KEY_AUTO_FOCUS_NEAR_LIMIT,          KEY_EXPOSE_MODE,     KEY_MAX_GAIN_NIGHT,    KEY_MAX_GAIN,
+    KEY_IRIS_POSITION, KEY_WDR_MODE,    KEY_WDR_STRG,        KEY_EMPTY1,            KEY_EMPTY2,
+    KEY_METER_AREA,   KEY_DN_MODE,      KEY_IR_MODE,         KEY_WB_MODE,           KEY_2D_NR_SWITCH,
+    KEY_GAMMA,        KEY_IN_OUT_SIDE,  KEY_BRIGHTNESS,      KEY_LDC_SWITCH,        KEY_LDC_STRG,
+    KEY_FISHEYE_ROTATE, KEY_BEAWAY};
 const size_t kCommandCount = sizeof(kCommands) / sizeof(kCommands[0]);
 
 class Reader {

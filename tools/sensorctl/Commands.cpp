@@ -204,15 +204,6 @@ void printStyleSummary(const std::string& p_strXml) {
     }
 }
 
-void writeTextFile(const std::string& p_strPath, const std::string& p_strText) {
-    std::ofstream out(p_strPath, std::ios::binary | std::ios::trunc);
-    out << p_strText;
-    out.flush();
-    if (!out) {
-        runtimeError("cannot write " + p_strPath);
-    }
-}
-
 void cmdStyle(Session& p_objSession, const Options& p_stOptions) {
     std::string xml = p_objSession.controller().getUIStyleFile();
     if (p_stOptions.summary) {
@@ -564,6 +555,15 @@ void runControllerCommand(Session& p_objSession, const Options& p_stOptions) {
         cmdCheck(p_objSession, p_stOptions.words[1]);
     } else {
         usageError("unknown command '" + cmd + "'");
+    }
+}
+
+void writeTextFile(const std::string& p_strPath, const std::string& p_strText) {
+    std::ofstream out(p_strPath, std::ios::binary | std::ios::trunc);
+    out << p_strText;
+    out.flush();
+    if (!out) {
+        runtimeError("cannot write " + p_strPath);
     }
 }
 

@@ -100,25 +100,34 @@ void makeDirs(const std::string& p_strDir) {
     }
 }
 
+// The names in a directory (without "." and ".."); false when it cannot be read.
+bool listDirectory(const std::string& p_strDir, std::vector<std::string>& p_vecNames) {
+    DIR* dir = ::opendir(p_strDir.c_str());
+    if (dir == nullptr) {
+        return false;
+    }
+    p_vecNames.clear();
+    while (dirent* entry = ::readdir(dir)) {
+        std::string name = entry->d_name;
+        if (name != "." && name != "..") {
+            p_vecNames.push_back(name);
+        }
+    }
+    ::closedir(dir);
+    return true;
+}
+
 // Copies the tree; returns the number of files copied.
 size_t copyTree(const std::string& p_strFrom, const std::string& p_strTo, int p_nDepth) {
     if (p_nDepth > 64) {
         runtimeError("the sample tree " + p_strFrom + " is nested too deeply");
     }
     makeDirs(p_strTo);
-    DIR* dir = ::opendir(p_strFrom.c_str());
-    if (dir == nullptr) {
+    std::vector<std::string> names;
+    if (!listDirectory(p_strFrom, names)) {
         runtimeError("cannot read " + p_strFrom + ": " + std::strerror(errno));
     }
     size_t nFiles = 0;
-    std::vector<std::string> names;
-    while (dirent* entry = ::readdir(dir)) {
-        std::string name = entry->d_name;
-        if (name != "." && name != "..") {
-            names.push_back(name);
-        }
-    }
-    ::closedir(dir);
     for (const std::string& name : names) {
         std::string src = p_strFrom + "/" + name;
         std::string dst = p_strTo + "/" + name;
@@ -174,19 +183,11 @@ void checkXml(const std::string& p_strText, const std::string& p_strPath) {
 }
 
 void removeTree(const std::string& p_strDir) {
-    DIR* dir = ::opendir(p_strDir.c_str());
-    if (dir == nullptr) {
+    std::vector<std::string> names;
+    if (!listDirectory(p_strDir, names)) {
         ::unlink(p_strDir.c_str());
         return;
     }
-    std::vector<std::string> names;
-    while (dirent* entry = ::readdir(dir)) {
-        std::string name = entry->d_name;
-        if (name != "." && name != "..") {
-            names.push_back(name);
-        }
-    }
-    ::closedir(dir);
     for (const std::string& name : names) {
         std::string path = p_strDir + "/" + name;
         struct stat st;
@@ -289,12 +290,7 @@ void runStyleMerge(const Options& p_stOptions) {
         runtimeError("the merge produced no document (is " + p_stOptions.styleFile + " well-formed XML?)");
     }
     if (p_stOptions.has("out")) {
-        std::ofstream out(p_stOptions.out, std::ios::binary | std::ios::trunc);
-        out << merged;
-        out.flush();
-        if (!out) {
-            runtimeError("cannot write " + p_stOptions.out);
-        }
+        writeTextFile(p_stOptions.out, merged);
         say("style merge: %zu bytes written to %s", merged.size(), p_stOptions.out.c_str());
     } else {
         writeRaw(merged);
