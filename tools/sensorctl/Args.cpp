@@ -14,7 +14,7 @@ namespace {
 // Options that take a value, and flags.
 const char* const kValueOptions[] = {"root", "channel", "clock", "time-scale", "model", "devices",
                                      "out",  "style",   "diversity", "detail"};
-const char* const kFlagOptions[] = {"log", "help", "summary"};
+const char* const kFlagOptions[] = {"log", "help", "summary", "verbose"};
 
 bool isValueOption(const std::string& p_strName) {
     for (const char* name : kValueOptions) {
@@ -72,6 +72,8 @@ void setOption(Options& p_stOptions, const std::string& p_strName, const std::st
         p_stOptions.detail = p_strValue;
     } else if (p_strName == "log") {
         p_stOptions.log = true;
+    } else if (p_strName == "verbose") {
+        p_stOptions.verbose = true;
     } else if (p_strName == "help") {
         p_stOptions.help = true;
     } else if (p_strName == "summary") {

@@ -15,6 +15,7 @@
 #include "config/sensor.h"
 #include "platform/posix/PlatformControl.h"
 #include "tools/sensorctl/Commands.h"
+#include "tools/sensorctl/LibraryConsole.h"
 #include "tools/sensorctl/Output.h"
 
 namespace sensorctl {
@@ -280,7 +281,11 @@ void runStyleMerge(const Options& p_stOptions) {
     std::memcpy(szStyle, style.c_str(), style.size() + 1);
     std::vector<char> div(diversity.begin(), diversity.end());
     div.push_back('\0');
-    mergeStyle(p_stOptions.channel, &stModule, &szStyle, div.data());
+    {
+        // The library's reports are summarised; --verbose shows its lines.
+        LibraryConsole console("", p_stOptions.verbose);
+        mergeStyle(p_stOptions.channel, &stModule, &szStyle, div.data());
+    }
     std::string merged = szStyle != nullptr ? szStyle : "";
     std::free(szStyle);
     platform::setRoot("");

@@ -14,13 +14,14 @@
 #include "tools/sensorctl/Args.h"
 #include "tools/sensorctl/Commands.h"
 #include "tools/sensorctl/Device.h"
+#include "tools/sensorctl/LibraryConsole.h"
 #include "tools/sensorctl/Output.h"
 
 using namespace sensorctl;
 
 namespace {
 
-const std::vector<std::string> kControllerOptions = {"root", "channel", "clock", "time-scale", "log"};
+const std::vector<std::string> kControllerOptions = {"root", "channel", "clock", "time-scale", "log", "verbose"};
 
 int runControllerProgram(const Options& p_stOptions) {
     const std::string& cmd = p_stOptions.words[0];
@@ -32,6 +33,7 @@ int runControllerProgram(const Options& p_stOptions) {
     checkControllerArgs(p_stOptions);
 
     Device device(p_stOptions);
+    LibraryConsole console(device.hostPath(SENSORCTL_LOG_FILE), p_stOptions.verbose);
     std::unique_ptr<ToolError> failure;
     {
         Session session(device);
@@ -49,6 +51,7 @@ int runControllerProgram(const Options& p_stOptions) {
         }
     }
     device.saveIspState();
+    console.finish();
     if (failure) {
         throw *failure;
     }
@@ -117,12 +120,12 @@ int run(const std::vector<std::string>& p_vecArgs) {
         return kExitOk;
     }
     if (name == "style merge") {
-        allowOnly(options, name, {"style", "diversity", "detail", "channel", "out"});
+        allowOnly(options, name, {"style", "diversity", "detail", "channel", "out", "verbose"});
         runStyleMerge(options);
         return kExitOk;
     }
     if (name == "shell") {
-        allowOnly(options, name, {"root", "channel", "clock", "time-scale"});
+        allowOnly(options, name, {"root", "channel", "clock", "time-scale", "verbose"});
         expectArgs(options, 1, 0, 0, "shell");
         return runShell(options);
     }
@@ -146,6 +149,6 @@ int main(int argc, char** argv) {
         printError(std::string("unexpected failure: ") + e.what());
         code = kExitFailure;
     }
-    std::fflush(stdout);
+    std::fflush(ownStream());
     return code;
 }
