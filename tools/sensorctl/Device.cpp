@@ -137,6 +137,21 @@ const char* nameOrDash(const char* p_szName) { return p_szName != nullptr ? p_sz
 // ---------------------------------------------------------------- Device
 
 Device::Device(const Options& p_stOptions) : m_nChannel(p_stOptions.channel) {
+    m_strRoot = resolveRoot(p_stOptions);
+    platform::setRoot(m_strRoot);
+    if (p_stOptions.has("time-scale") || std::getenv("TARNIX_TIME_SCALE") == nullptr) {
+        platform::setTimeScale(p_stOptions.timeScale);
+    }
+    if (p_stOptions.has("clock")) {
+        platform::setClock(p_stOptions.clockHour, p_stOptions.clockMinute);
+    }
+    loadIsp();
+    readModule();
+}
+
+// The device root: --root or $TARNIX_ROOT, an existing directory other than
+// "/" that holds a machine description; its real path.
+std::string Device::resolveRoot(const Options& p_stOptions) const {
     std::string strRoot = p_stOptions.root;
     if (strRoot.empty()) {
         const char* szEnv = std::getenv("TARNIX_ROOT");
@@ -152,24 +167,19 @@ Device::Device(const Options& p_stOptions) : m_nChannel(p_stOptions.channel) {
     if (::realpath(strRoot.c_str(), szReal) == nullptr) {
         runtimeError("cannot resolve device root '" + strRoot + "': " + std::strerror(errno));
     }
-    m_strRoot = szReal;
-    if (m_strRoot == "/") {
+    const std::string strReal = szReal;
+    if (strReal == "/") {
         runtimeError("refusing to use '/' as device root: sensorctl works on a copy of a device tree");
     }
-    if (!isFile(hostPath(SENSOR_MACHINEINFO_FILE))) {
+    if (!isFile(strReal + SENSOR_MACHINEINFO_FILE)) {
         runtimeError("'" + strRoot + "' is not a device root: it has no " SENSOR_MACHINEINFO_FILE
                      " (lay one down with: sensorctl init-root DIR --model box)");
     }
+    return strReal;
+}
 
-    platform::setRoot(m_strRoot);
-    if (p_stOptions.has("time-scale") || std::getenv("TARNIX_TIME_SCALE") == nullptr) {
-        platform::setTimeScale(p_stOptions.timeScale);
-    }
-    if (p_stOptions.has("clock")) {
-        platform::setClock(p_stOptions.clockHour, p_stOptions.clockMinute);
-    }
-
-    // The ISP: profile first, then what earlier runs left in it.
+// The simulated ISP: its profile first, then what earlier runs left in it.
+void Device::loadIsp() {
     ispsim::reset();
     std::string strProfile = hostPath(SENSORCTL_PROFILE_FILE);
     if (isFile(strProfile) && !ispsim::loadProfile(strProfile)) {
@@ -181,7 +191,11 @@ Device::Device(const Options& p_stOptions) : m_nChannel(p_stOptions.channel) {
         runtimeError("cannot load the kept ISP state " + strState + " (remove it to start from the profile)");
     }
     ispsim::clearCalls();
+}
 
+// The machine description and the module configuration of the controller's
+// channel (an empty one, with a warning, when the root has none that applies).
+void Device::readModule() {
     if (!SystemInfoParser::parseMachineInfo(SENSOR_MACHINEINFO_FILE, m_objMachine)) {
         runtimeError("cannot read the machine description " + hostPath(SENSOR_MACHINEINFO_FILE) +
                      " (it needs a DeviceType= line)");

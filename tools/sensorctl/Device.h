@@ -56,6 +56,9 @@ public:
 private:
     using Snapshot = std::map<std::pair<int, unsigned int>, uint32_t>;
     static Snapshot snapshot();
+    std::string resolveRoot(const Options& p_stOptions) const;
+    void loadIsp();
+    void readModule();
 
     std::string m_strRoot;
     int m_nChannel;
