@@ -33,6 +33,11 @@ bool sendValue(ISensorController& p_objCtl, unsigned int p_nCmd, u32 p_nValue) {
     return p_objCtl.doIaCmd(p_nCmd, IA_CMD_OPT_SET, &p_nValue) == SNS_SUCCESS;
 }
 
+// Reads a value (or record) with the get option into p_pOut; true on success.
+bool readValue(ISensorController& p_objCtl, unsigned int p_nCmd, void* p_pOut) {
+    return p_objCtl.doIaCmd(p_nCmd, IA_CMD_OPT_GET, p_pOut) == SNS_SUCCESS;
+}
+
 // A focus step: focus mode 1 first (its result does not matter), then the
 // step command, whose result does.
 bool focusStep(ISensorController& p_objCtl, unsigned int p_nStepCmd) {
@@ -129,7 +134,7 @@ bool ISensorController::getFocusValue(int& v) {
         v = 0;
         return true;
     }
-    return doIaCmd(IA_CMD_MF_POSITION, IA_CMD_OPT_GET, &v) == SNS_SUCCESS;
+    return readValue(*this, IA_CMD_MF_POSITION, &v);
 }
 
 bool ISensorController::setFocusMode(int v) {
@@ -137,15 +142,15 @@ bool ISensorController::setFocusMode(int v) {
 }
 
 bool ISensorController::getFocusMode(int& v) {
-    return doIaCmd(IA_CMD_AUTO_FOCUS_MODE, IA_CMD_OPT_GET, &v) == SNS_SUCCESS;
+    return readValue(*this, IA_CMD_AUTO_FOCUS_MODE, &v);
 }
 
 bool ISensorController::getFocus(int& v) {
-    return doIaCmd(IA_CMD_FOCUS_VALUE, IA_CMD_OPT_GET, &v) == SNS_SUCCESS;
+    return readValue(*this, IA_CMD_FOCUS_VALUE, &v);
 }
 
 bool ISensorController::getAFStatistic(unsigned int& v) {
-    return doIaCmd(IA_CMD_AF_STATISTIC, IA_CMD_OPT_GET, &v) == SNS_SUCCESS;
+    return readValue(*this, IA_CMD_AF_STATISTIC, &v);
 }
 
 bool ISensorController::focusFar() {
@@ -176,7 +181,7 @@ bool ISensorController::setIrisValue(int v) {
 }
 
 bool ISensorController::getIrisValue(int& v) {
-    return doIaCmd(IA_CMD_IRIS_POSITION, IA_CMD_OPT_GET, &v) == SNS_SUCCESS;
+    return readValue(*this, IA_CMD_IRIS_POSITION, &v);
 }
 
 // ---- day/night and status reads ----
@@ -186,11 +191,11 @@ bool ISensorController::setDNState(int v) {
 }
 
 bool ISensorController::getDNState(int& v) {
-    return doIaCmd(IA_CMD_DN_STATE, IA_CMD_OPT_GET, &v) == SNS_SUCCESS;
+    return readValue(*this, IA_CMD_DN_STATE, &v);
 }
 
 bool ISensorController::getWDR(int& v) {
-    return doIaCmd(IA_CMD_WDR_MODE, IA_CMD_OPT_GET, &v) == SNS_SUCCESS;
+    return readValue(*this, IA_CMD_WDR_MODE, &v);
 }
 
 bool ISensorController::setExposureStrategy(int& v) {
@@ -211,7 +216,7 @@ bool ISensorController::getHeatStatus(bool& v) {
 }
 
 bool ISensorController::getTempValue(int& v) {
-    return doIaCmd(IA_CMD_TEMP_VALUE, IA_CMD_OPT_GET, &v) == SNS_SUCCESS;
+    return readValue(*this, IA_CMD_TEMP_VALUE, &v);
 }
 
 bool ISensorController::getAutoExposureInfo(int& a, int& b, int& c) {
@@ -239,21 +244,21 @@ bool ISensorController::getCameraVerInf(std::string& s) {
 // ---- infrared and white light ----
 
 bool ISensorController::getIRSwitch(int& v) {
-    return doIaCmd(IA_CMD_IR_SWITCH, IA_CMD_OPT_GET, &v) == SNS_SUCCESS;
+    return readValue(*this, IA_CMD_IR_SWITCH, &v);
 }
 
 bool ISensorController::getWhiteSwitch(int& v) {
     // The live state of the white light, not the stored key 170.
-    return doIaCmd(IA_CMD_WHITE_SWITCH, IA_CMD_OPT_GET, &v) == SNS_SUCCESS;
+    return readValue(*this, IA_CMD_WHITE_SWITCH, &v);
 }
 
 bool ISensorController::getWhiteMode(int& v) {
     // The live state, not the stored key 171.
-    return doIaCmd(IA_CMD_WHITE_MODE, IA_CMD_OPT_GET, &v) == SNS_SUCCESS;
+    return readValue(*this, IA_CMD_WHITE_MODE, &v);
 }
 
 bool ISensorController::getLightType(int& v) {
-    return doIaCmd(IA_CMD_LIGHT_TYPE, IA_CMD_OPT_GET, &v) == SNS_SUCCESS;
+    return readValue(*this, IA_CMD_LIGHT_TYPE, &v);
 }
 
 bool ISensorController::setIrLedInfo(void* info) {

@@ -13,6 +13,7 @@
 
 #include "config/StyleXml.h"
 #include "config/sensor.h"
+#include "platform/posix/HostTree.h"
 #include "platform/posix/PlatformControl.h"
 #include "tools/sensorctl/Commands.h"
 #include "tools/sensorctl/LibraryConsole.h"
@@ -183,24 +184,6 @@ void checkXml(const std::string& p_strText, const std::string& p_strPath) {
     }
 }
 
-void removeTree(const std::string& p_strDir) {
-    std::vector<std::string> names;
-    if (!listDirectory(p_strDir, names)) {
-        ::unlink(p_strDir.c_str());
-        return;
-    }
-    for (const std::string& name : names) {
-        std::string path = p_strDir + "/" + name;
-        struct stat st;
-        if (::lstat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
-            removeTree(path);
-        } else {
-            ::unlink(path.c_str());
-        }
-    }
-    ::rmdir(p_strDir.c_str());
-}
-
 } // namespace
 
 void runInitRoot(const Options& p_stOptions) {
@@ -275,7 +258,7 @@ void runStyleMerge(const Options& p_stOptions) {
 
     char* szStyle = static_cast<char*>(std::malloc(style.size() + 1));
     if (szStyle == nullptr) {
-        removeTree(tmpRoot);
+        platform::removeHostTree(tmpRoot);
         runtimeError("out of memory");
     }
     std::memcpy(szStyle, style.c_str(), style.size() + 1);
@@ -289,7 +272,7 @@ void runStyleMerge(const Options& p_stOptions) {
     std::string merged = szStyle != nullptr ? szStyle : "";
     std::free(szStyle);
     platform::setRoot("");
-    removeTree(tmpRoot);
+    platform::removeHostTree(tmpRoot);
 
     if (merged.empty()) {
         runtimeError("the merge produced no document (is " + p_stOptions.styleFile + " well-formed XML?)");
