@@ -94,16 +94,11 @@ public:
 
 private:
     Device() {
-        const char* szBase = std::getenv("TMPDIR");
-        std::string strTempl =
-            std::string(szBase != nullptr && *szBase != '\0' ? szBase : "/tmp") + "/tarnix-bench-XXXXXX";
-        std::vector<char> vecBuffer(strTempl.begin(), strTempl.end());
-        vecBuffer.push_back('\0');
-        if (::mkdtemp(vecBuffer.data()) == nullptr) {
+        m_strRoot = platform::makeHostTempDir("tarnix-bench-");
+        if (m_strRoot.empty()) {
             std::perror("mkdtemp");
             std::exit(1);
         }
-        m_strRoot = vecBuffer.data();
         const char* szDevices = std::getenv("TARNIX_BENCH_DEVICES");
         platform::copyHostTree(std::string(szDevices != nullptr ? szDevices : TARNIX_DEVICES_DIR) + "/box", m_strRoot);
         platform::setRoot(m_strRoot);

@@ -71,6 +71,23 @@ bool findCurrentShutter(ISensorController& p_objController, const ShutterList& p
     return p_nPos >= 0;
 }
 
+// One step (+1 up, -1 down) through the list from the ISP's current maximum
+// shutter. At either end the step hands the unchanged value on; setParameter
+// skips it, so a step past the end succeeds and changes nothing.
+bool stepShutter(ISensorController& p_objController, int p_nStep) {
+    ShutterList stList = fetchShutterList(p_objController);
+    int nCur = 0;
+    int nPos = -1;
+    if (!findCurrentShutter(p_objController, stList, nCur, nPos)) {
+        return false;
+    }
+    const int nNext = nPos + p_nStep;
+    if (nNext >= 0 && nNext < stList.count) {
+        nCur = stList.values[nNext];
+    }
+    return p_objController.setParameter(KEY_MAX_SHUTTER, nCur, true) == SNS_SUCCESS;
+}
+
 } // namespace
 
 bool ISensorController::getShutterValue(int& index) {
@@ -92,30 +109,10 @@ bool ISensorController::setShutterValue(int index) {
     return setParameter(KEY_MAX_SHUTTER, stList.values[index], true) == SNS_SUCCESS;
 }
 
-// At either end the step hands the unchanged value on; setParameter skips
-// it, so a step past the end succeeds and changes nothing.
 bool ISensorController::shutterUp() {
-    ShutterList stList = fetchShutterList(*this);
-    int nCur = 0;
-    int nPos = -1;
-    if (!findCurrentShutter(*this, stList, nCur, nPos)) {
-        return false;
-    }
-    if (nPos != stList.count - 1) {
-        nCur = stList.values[nPos + 1];
-    }
-    return setParameter(KEY_MAX_SHUTTER, nCur, true) == SNS_SUCCESS;
+    return stepShutter(*this, 1);
 }
 
 bool ISensorController::shutterDown() {
-    ShutterList stList = fetchShutterList(*this);
-    int nCur = 0;
-    int nPos = -1;
-    if (!findCurrentShutter(*this, stList, nCur, nPos)) {
-        return false;
-    }
-    if (nPos != 0) {
-        nCur = stList.values[nPos - 1];
-    }
-    return setParameter(KEY_MAX_SHUTTER, nCur, true) == SNS_SUCCESS;
+    return stepShutter(*this, -1);
 }

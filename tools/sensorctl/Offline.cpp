@@ -102,33 +102,16 @@ void makeDirs(const std::string& p_strDir) {
     }
 }
 
-// The names in a directory (without "." and ".."); false when it cannot be read.
-bool listDirectory(const std::string& p_strDir, std::vector<std::string>& p_vecNames) {
-    DIR* dir = ::opendir(p_strDir.c_str());
-    if (dir == nullptr) {
-        return false;
-    }
-    p_vecNames.clear();
-    while (dirent* entry = ::readdir(dir)) {
-        std::string name = entry->d_name;
-        if (name != "." && name != "..") {
-            p_vecNames.push_back(name);
-        }
-    }
-    ::closedir(dir);
-    return true;
-}
-
 // Copies the tree; returns the number of files copied.
 size_t copyTree(const std::string& p_strFrom, const std::string& p_strTo, int p_nDepth) {
     if (p_nDepth > 64) {
         runtimeError("the sample tree " + p_strFrom + " is nested too deeply");
     }
     makeDirs(p_strTo);
-    std::vector<std::string> names;
-    if (!listDirectory(p_strFrom, names)) {
+    if (!isDirectory(p_strFrom)) {
         runtimeError("cannot read " + p_strFrom + ": " + std::strerror(errno));
     }
+    const std::vector<std::string> names = platform::listHostDir(p_strFrom);
     size_t nFiles = 0;
     for (const std::string& name : names) {
         std::string src = p_strFrom + "/" + name;
@@ -239,14 +222,10 @@ void runStyleMerge(const Options& p_stOptions) {
 
     // The merge writes "/tmp/merge_style_ch%d.xml" below the device root: a
     // private root keeps the real /tmp and any device tree untouched.
-    const char* szTmp = std::getenv("TMPDIR");
-    std::string templ = std::string(szTmp != nullptr && *szTmp != '\0' ? szTmp : "/tmp") + "/sensorctl-merge-XXXXXX";
-    std::vector<char> buffer(templ.begin(), templ.end());
-    buffer.push_back('\0');
-    if (::mkdtemp(buffer.data()) == nullptr) {
-        runtimeError("cannot create a temporary directory from " + templ + ": " + std::strerror(errno));
+    const std::string tmpRoot = platform::makeHostTempDir("sensorctl-merge-");
+    if (tmpRoot.empty()) {
+        runtimeError(std::string("cannot create a temporary directory: ") + std::strerror(errno));
     }
-    std::string tmpRoot = buffer.data();
     ::mkdir((tmpRoot + "/tmp").c_str(), 0755);
     platform::setRoot(tmpRoot);
 
