@@ -149,7 +149,8 @@ int getDnaStyle(int p_channelID, const char* szStyle, std::string& out, bool p_b
     }
 
     TiXmlDocument objStyleXmlDoc;
-    SENSOR_ASSERT_AT(452, LoadMem(objStyleXmlDoc, szStyle, TIXML_ENCODING_UTF8),
+    const bool bLoaded = LoadMem(objStyleXmlDoc, szStyle, TIXML_ENCODING_UTF8);
+    SENSOR_ASSERT_AT(452, bLoaded,
                      "objStyleXmlDoc.LoadMem(szStyle, TIXML_ENCODING_UTF8)", "");
     TiXmlElement* pRoot = objStyleXmlDoc.RootElement();
 

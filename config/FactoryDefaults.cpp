@@ -66,12 +66,13 @@ int getFctData(int p_channelID, char* p_szStyle, KeyVal* p_pKeyVal, u32* p_pnKey
 int getFctData(int p_channelID, const char* p_szStyle, KeyVal* p_pKeyVal, u32* p_pnKeyValNum, u32 capacity,
                bool p_bShowWDRFalg, bool p_bShowLDCFlag) {
     std::string strDnaStyle;
-    SENSOR_ASSERT_AT(585,
-                     SNS_SUCCESS == getDnaStyle(p_channelID, p_szStyle, strDnaStyle, p_bShowWDRFalg, p_bShowLDCFlag),
+    const int nStyleRet = getDnaStyle(p_channelID, p_szStyle, strDnaStyle, p_bShowWDRFalg, p_bShowLDCFlag);
+    SENSOR_ASSERT_AT(585, SNS_SUCCESS == nStyleRet,
                      "SNS_SUCCESS == getDnaStyle(p_channelID,p_szStyle, strDnaStyle,p_bShowWDRFalg,p_bShowLDCFlag)",
                      "");
     TiXmlDocument objDnaStyleDoc;
-    SENSOR_ASSERT_AT(589, LoadMem(objDnaStyleDoc, strDnaStyle.c_str(), TIXML_ENCODING_UTF8),
+    const bool bLoaded = LoadMem(objDnaStyleDoc, strDnaStyle.c_str(), TIXML_ENCODING_UTF8);
+    SENSOR_ASSERT_AT(589, bLoaded,
                      "objDnaStyleDoc.LoadMem(strDnaStyle.c_str(), TIXML_ENCODING_UTF8)", "");
 
     u32 nLocalCount = 0;
@@ -80,7 +81,8 @@ int getFctData(int p_channelID, const char* p_szStyle, KeyVal* p_pKeyVal, u32* p
     }
     TiXmlElement* pRootNode = objDnaStyleDoc.RootElement();
     *p_pnKeyValNum = 0;
-    SENSOR_ASSERT_AT(593, SNS_SUCCESS == style2KeyVal(pRootNode, p_pKeyVal, p_pnKeyValNum, capacity),
+    const int nItemsRet = style2KeyVal(pRootNode, p_pKeyVal, p_pnKeyValNum, capacity);
+    SENSOR_ASSERT_AT(593, SNS_SUCCESS == nItemsRet,
                      "SNS_SUCCESS == style2KeyVal(pRootNode, p_pKeyVal, p_pnKeyValNum)", "p_pnKeyValNum(%u)\n",
                      *p_pnKeyValNum);
     return SNS_SUCCESS;
@@ -89,19 +91,21 @@ int getFctData(int p_channelID, const char* p_szStyle, KeyVal* p_pKeyVal, u32* p
 int getFctData(int p_channelID, const char* p_szStyle, std::vector<KeyVal>& out, bool p_bShowWDRFalg,
                bool p_bShowLDCFlag) {
     std::string strDnaStyle;
-    SENSOR_ASSERT_AT(585,
-                     SNS_SUCCESS == getDnaStyle(p_channelID, p_szStyle, strDnaStyle, p_bShowWDRFalg, p_bShowLDCFlag),
+    const int nStyleRet = getDnaStyle(p_channelID, p_szStyle, strDnaStyle, p_bShowWDRFalg, p_bShowLDCFlag);
+    SENSOR_ASSERT_AT(585, SNS_SUCCESS == nStyleRet,
                      "SNS_SUCCESS == getDnaStyle(p_channelID,p_szStyle, strDnaStyle,p_bShowWDRFalg,p_bShowLDCFlag)",
                      "");
     TiXmlDocument objDnaStyleDoc;
-    SENSOR_ASSERT_AT(589, LoadMem(objDnaStyleDoc, strDnaStyle.c_str(), TIXML_ENCODING_UTF8),
+    const bool bLoaded = LoadMem(objDnaStyleDoc, strDnaStyle.c_str(), TIXML_ENCODING_UTF8);
+    SENSOR_ASSERT_AT(589, bLoaded,
                      "objDnaStyleDoc.LoadMem(strDnaStyle.c_str(), TIXML_ENCODING_UTF8)", "");
 
     // Size the array from the style itself, then fill it.
     TiXmlElement* pRootNode = objDnaStyleDoc.RootElement();
     out.assign(countValueItems(pRootNode), KeyVal{0, 0});
     u32 nCount = 0;
-    SENSOR_ASSERT_AT(593, SNS_SUCCESS == style2KeyVal(pRootNode, out.data(), &nCount, static_cast<u32>(out.size())),
+    const int nItemsRet = style2KeyVal(pRootNode, out.data(), &nCount, static_cast<u32>(out.size()));
+    SENSOR_ASSERT_AT(593, SNS_SUCCESS == nItemsRet,
                      "SNS_SUCCESS == style2KeyVal(pRootNode, p_pKeyVal, p_pnKeyValNum)", "p_pnKeyValNum(%u)\n",
                      nCount);
     out.resize(nCount);

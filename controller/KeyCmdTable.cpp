@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "controller/ISensorController.h"
+#include "controller/SensorDebug.h"
 
 namespace {
 

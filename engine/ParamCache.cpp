@@ -6,6 +6,8 @@
 #include <string>
 
 #include "controller/ISensorController.h"
+#include "controller/ParamLock.h"
+#include "controller/SensorDebug.h"
 
 namespace {
 
@@ -334,13 +336,13 @@ int ISensorController::setParameters(KeyVal* p_pKeyval, u32 p_nCount, bool p_bCa
 }
 
 bool ISensorController::getParamScheme(int& p_nScheme) {
-    SENSOR_PARAM_LOCK();
+    tarnix::ParamLock objLock(*this, __LINE__);
     p_nScheme = m_nCurScheme.load();
     return true;
 }
 
 bool ISensorController::getParamMode(int& p_nMode) {
-    SENSOR_PARAM_LOCK();
+    tarnix::ParamLock objLock(*this, __LINE__);
     p_nMode = m_nMode.load();
     return true;
 }

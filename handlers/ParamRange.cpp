@@ -7,6 +7,7 @@
 #include <string>
 
 #include "controller/ISensorController.h"
+#include "controller/SensorDebug.h"
 
 namespace {
 

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "controller/ISensorController.h"
+#include "controller/SensorDebug.h"
 #include "handlers/ShutterList.h"
 #include "platform/StringHandler.h"
 
