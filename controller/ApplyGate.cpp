@@ -22,7 +22,11 @@ void ApplyGate::lock() {
     }
     lockrank::acquire(lockrank::GATE);
     std::unique_lock<std::mutex> guard(m_mutex);
-    m_cond.wait(guard, [this] { return m_owner.load() == std::thread::id() && m_nPriorityWaiters == 0; });
+    const unsigned long long nTicket = m_nNextTicket++;
+    m_cond.wait(guard, [this, nTicket] {
+        return m_owner.load() == std::thread::id() && m_nPriorityWaiters == 0 && m_nServing == nTicket;
+    });
+    ++m_nServing;
     m_owner.store(me);
     m_nDepth = 1;
 }

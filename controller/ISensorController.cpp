@@ -90,7 +90,11 @@ void ISensorController::setChannelID(int id) {
     }
 }
 
-int ISensorController::getSensorType() { return static_cast<int>(m_stSysConf.moduleConfig.nModuleId); }
+int ISensorController::getSensorType() {
+    // The configuration is rebuilt by init (also a factory reset on another thread).
+    tarnix::GateLock objGate;
+    return static_cast<int>(m_stSysConf.moduleConfig.nModuleId);
+}
 
 int ISensorController::getSensorStatus() { return testFlag(FLAG_INITED) ? 1 : 0; }
 

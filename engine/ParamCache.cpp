@@ -6,6 +6,7 @@
 #include <string>
 
 #include "controller/ISensorController.h"
+#include "controller/ApplyGate.h"
 #include "controller/ParamLock.h"
 #include "controller/SensorDebug.h"
 
@@ -155,6 +156,9 @@ bool ISensorController::isKeyValSame(const KeyVal& p_stKeyVal) {
 }
 
 int ISensorController::setParameters(KeyVal* p_pKeyval, u32 p_nCount, bool p_bCache) {
+    // The callers inside the library hold the gate already; a host calling
+    // the apply loop directly gets it here.
+    tarnix::GateLock objGate;
     if (p_pKeyval == nullptr) {
         p_nCount = 0;
     }
