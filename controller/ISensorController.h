@@ -275,9 +275,10 @@ private:
 
     SysConfig m_stSysConf;
     int m_nCameraID;
-    // Taken by every public parameter operation, always after the apply gate
-    // (tarnix::ParamLock); the thread holding it is kept so that a nested
-    // call on that thread does not take the non-recursive lock twice.
+    // Taken by the outermost public parameter operation of a thread, always
+    // after the apply gate (tarnix::ParamLock); operations nested inside it
+    // (module callbacks) are covered by the gate. The holder is kept so the
+    // non-recursive lock is never taken twice on one thread.
     PXMutex m_paramMutex;
     std::atomic<std::thread::id> m_paramMutexOwner;
     GThread* m_pSensorThread;

@@ -6,10 +6,12 @@
 //
 // m_paramMutex is the platform's non-recursive lock, taken with
 // "ISensorController.cpp" and the call site's line as the platform's
-// diagnostics expect. A thread that already holds this controller's
-// m_paramMutex (an operation called from inside a video module callback of
-// the same controller) does not take it again; the gate, which it holds
-// too, keeps every other thread out.
+// diagnostics expect, by the outermost operation of a thread. An operation
+// called from inside another one (a video module callback, on a thread that
+// already holds the gate) does not take it: the gate already keeps every
+// other thread out of every controller. So no thread ever holds two
+// controllers' m_paramMutex, nor one twice, and every thread takes the
+// locks in the same order.
 #include <optional>
 #include <thread>
 
@@ -23,9 +25,11 @@ namespace tarnix {
 class ParamLock {
 public:
     ParamLock(ISensorController& p_objCtl, int p_nLine) : m_objCtl(p_objCtl) {
-        ApplyGate::instance().lock();
+        ApplyGate& objGate = ApplyGate::instance();
+        const bool bNested = objGate.heldByThisThread();
+        objGate.lock();
         const std::thread::id me = std::this_thread::get_id();
-        if (p_objCtl.m_paramMutexOwner.load() != me) {
+        if (!bNested && p_objCtl.m_paramMutexOwner.load() != me) {
             lockrank::acquire(lockrank::PARAM);
             p_objCtl.m_paramMutex.Lock(kFile, p_nLine);
             m_guard.emplace(&p_objCtl.m_paramMutex, kFile, p_nLine);

@@ -148,8 +148,9 @@ TEST_F(ConcurrencyTest, ModuleReadingBackOnTheSensorThreadDoesNotBlockAHost) {
 // Two host threads keep the parameter API saturated; every due switch of the
 // time schedule still happens within three passes.
 TEST_F(ConcurrencyTest, DueSwitchesHappenWithinThreePassesUnderHostLoad) {
-    // A pass period of 10 ms: the pass waits up to that long for the gate.
-    platform::setTimeScale(0.01);
+    // A pass period of 50 ms: the pass waits up to that long for the gate,
+    // far longer than any one host operation takes.
+    platform::setTimeScale(0.05);
     buildCache(3);
     policy(1);
     window(0, 0, 0, 8, 0);

@@ -29,6 +29,7 @@
 #include <thread>
 #include <vector>
 
+#include "controller/ApplyGate.h"
 #include "engine/lifecycle_fixture.h"
 #include "platform/MachineInfo.h"
 #include "platform/ModuleConfigureParser.h"
@@ -342,17 +343,19 @@ public:
             operate(rng, 1 - p_nChannel, p_bInCallback);
             break;
         case 28: {
-            if (heavyAllowed()) {
+            if (heavyBegin()) {
                 count("getUIStyleFile");
                 c.getUIStyleFile();
+                heavyEnd();
             }
             break;
         }
         case 29: {
             count("keyed handlers");
-            if (p_bInCallback) {
-                // Inside an operation: the cache accessors and the handlers
-                // that read the cache run under the caller's lock.
+            if (p_bInCallback && tarnix::ApplyGate::instance().heldByThisThread()) {
+                // Inside an operation that holds the lock (not a handler a
+                // host called directly): the cache accessors and the
+                // handlers that read the cache run under it.
                 u32 nValue = static_cast<u32>(randomValue(rng));
                 const u32 nScheme = static_cast<u32>(pick(rng, 7));
                 c.getKeyValFromCache(nScheme, static_cast<u32>(randomKey(rng)), nValue);
@@ -378,17 +381,19 @@ public:
             break;
         }
         case 31: {
-            if (heavyAllowed()) {
+            if (heavyBegin()) {
                 count("resetParameters");
                 c.resetParameters();
+                heavyEnd();
             }
             break;
         }
         default: {
-            if (heavyAllowed()) {
+            if (heavyBegin()) {
                 count("uinit+init");
                 c.uinit();
                 c.init(m_channels[static_cast<size_t>(p_nChannel)].config);
+                heavyEnd();
             }
             break;
         }
@@ -471,18 +476,26 @@ private:
     }
 
     // Rebuilding a controller or its style takes long (longer still under the
-    // sanitizers): at most one such operation every 250 ms, so that eight
-    // threads queueing for the gate stay well inside the watchdog's limit.
-    bool heavyAllowed() {
-        long long nNow = nowMs();
-        long long nLast = m_nLastHeavy.load();
-        return nNow - nLast >= 250 && m_nLastHeavy.compare_exchange_strong(nLast, nNow);
+    // sanitizers): one such operation at a time, and the next one 250 ms after
+    // the last has ended, so that eight threads queueing for the gate stay
+    // well inside the watchdog's limit.
+    bool heavyBegin() {
+        bool bIdle = false;
+        if (nowMs() - m_nLastHeavyEnd.load() < 250 || !m_bHeavyRunning.compare_exchange_strong(bIdle, true)) {
+            return false;
+        }
+        return true;
+    }
+    void heavyEnd() {
+        m_nLastHeavyEnd = nowMs();
+        m_bHeavyRunning = false;
     }
 
     std::array<Channel, 2>& m_channels;
     unsigned m_nSeed;
     Counts m_counts;
-    std::atomic<long long> m_nLastHeavy{0};
+    std::atomic<long long> m_nLastHeavyEnd{0};
+    std::atomic<bool> m_bHeavyRunning{false};
     std::atomic<bool> m_bQuiet{false};
 };
 
