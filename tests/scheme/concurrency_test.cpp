@@ -16,6 +16,7 @@
 #include "controller/LockRank.h"
 #include "scheme/SchemeFixture.h"
 #include "support/CallbackVideoModule.h"
+#include "support/ProgressWatchdog.h"
 
 namespace scheme_test {
 namespace {
@@ -32,43 +33,6 @@ std::vector<KeyVal> rowWithMirror() {
     return row;
 }
 
-// Ends the process when a thread stops making progress: a deadlocked run
-// cannot be joined, so it is reported and aborted instead of hanging.
-class ProgressWatch {
-public:
-    ProgressWatch(std::vector<std::atomic<long>*> p_vecCounters, std::chrono::milliseconds p_limit)
-        : m_vecCounters(std::move(p_vecCounters)), m_limit(p_limit), m_thread([this] { watch(); }) {}
-    ~ProgressWatch() {
-        m_bDone = true;
-        m_thread.join();
-    }
-
-private:
-    void watch() {
-        std::vector<long> vecLast(m_vecCounters.size(), -1);
-        std::vector<Clock::time_point> vecSince(m_vecCounters.size(), Clock::now());
-        while (!m_bDone.load()) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-            for (size_t i = 0; i < m_vecCounters.size(); ++i) {
-                long n = m_vecCounters[i]->load();
-                if (n != vecLast[i]) {
-                    vecLast[i] = n;
-                    vecSince[i] = Clock::now();
-                } else if (!m_bDone.load() && Clock::now() - vecSince[i] > m_limit) {
-                    std::fprintf(stderr, "thread %zu made no progress for %lld ms: deadlock\n", i,
-                                 static_cast<long long>(m_limit.count()));
-                    std::fflush(stderr);
-                    std::abort();
-                }
-            }
-        }
-    }
-    std::vector<std::atomic<long>*> m_vecCounters;
-    std::chrono::milliseconds m_limit;
-    std::atomic<bool> m_bDone{false};
-    std::thread m_thread;
-};
-
 bool ispSawSet(unsigned int p_nCmd, uint32_t p_nValue) {
     for (const auto& call : setCalls()) {
         if (call.first == p_nCmd && call.second == p_nValue) {
@@ -77,6 +41,36 @@ bool ispSawSet(unsigned int p_nCmd, uint32_t p_nValue) {
     }
     return false;
 }
+
+// Holds the apply gate on a thread of its own, as a host operation does,
+// until release().
+class GateHolder {
+public:
+    GateHolder()
+        : m_thread([this] {
+              tarnix::GateLock lock;
+              m_bHeld = true;
+              while (!m_bRelease.load()) {
+                  std::this_thread::sleep_for(std::chrono::milliseconds(1));
+              }
+          }) {
+        while (!m_bHeld.load()) {
+            std::this_thread::yield();
+        }
+    }
+    ~GateHolder() { release(); }
+    void release() {
+        m_bRelease = true;
+        if (m_thread.joinable()) {
+            m_thread.join();
+        }
+    }
+
+private:
+    std::atomic<bool> m_bHeld{false};
+    std::atomic<bool> m_bRelease{false};
+    std::thread m_thread;
+};
 
 class ConcurrencyTest : public SchemeTest {
 protected:
@@ -120,7 +114,7 @@ TEST_F(ConcurrencyTest, ModuleReadingBackOnTheSensorThreadDoesNotBlockAHost) {
     std::atomic<long> nClockFlips(0);
     std::atomic<bool> bStop(false);
     {
-        ProgressWatch watch({&nHostCalls, &nClockFlips}, std::chrono::milliseconds(2000));
+        tarnix_test::ProgressWatchdog watch({&nHostCalls, &nClockFlips}, std::chrono::milliseconds(2000));
         std::thread host([&] {
             for (int i = 0; !bStop.load(); ++i) {
                 ctl().setParameter(static_cast<int>(K_BRIGHTNESS), 10 + i % 50, true);
@@ -423,7 +417,7 @@ TEST_F(ConcurrencyTest, ModulesCallingTheOtherChannelDoNotDeadlock) {
     std::atomic<long> n1(0);
     std::atomic<long> n2(0);
     {
-        ProgressWatch watch({&n1, &n2}, std::chrono::milliseconds(2000));
+        tarnix_test::ProgressWatchdog watch({&n1, &n2}, std::chrono::milliseconds(2000));
         std::thread t1([&] {
             for (int i = 0; i < 2000; ++i) {
                 ctl().setParameter(static_cast<int>(K_MIRROR), i % 3, true);
@@ -453,24 +447,12 @@ TEST_F(ConcurrencyTest, AWaitingPassGivesUpWhenTheStopIsRequested) {
     policy(2);
     ispsim::setValue(0, 153, 1);
     Peer::setFlag(ctl(), ISensorController::FLAG_RESETTING, true); // no 1 s sleep
-    std::atomic<bool> bHeld(false);
-    std::atomic<bool> bRelease(false);
-    std::thread holder([&] {
-        tarnix::GateLock lock;
-        bHeld = true;
-        while (!bRelease.load()) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-    });
-    while (!bHeld.load()) {
-        std::this_thread::yield();
-    }
+    GateHolder holder;
     auto pending = std::async(std::launch::async, [&] { return ctl().sensorThread(); });
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     Peer::stopRequested(ctl()) = true;
     EXPECT_EQ(std::future_status::ready, pending.wait_for(std::chrono::milliseconds(500)));
-    bRelease = true;
-    holder.join();
+    holder.release();
     EXPECT_EQ(0, pending.get());
     // It did not decide: the night scheme is not in force.
     EXPECT_EQ(0, cur());
@@ -484,24 +466,12 @@ TEST_F(ConcurrencyTest, APassWaitsAtMostOnePeriodThenTheNextOneDecides) {
     buildCache(3);
     policy(2);
     ispsim::setValue(0, 153, 1);
-    std::atomic<bool> bHeld(false);
-    std::atomic<bool> bRelease(false);
-    std::thread holder([&] {
-        tarnix::GateLock lock;
-        bHeld = true;
-        while (!bRelease.load()) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-    });
-    while (!bHeld.load()) {
-        std::this_thread::yield();
-    }
+    GateHolder holder;
     auto pending = std::async(std::launch::async, [&] { return ctl().sensorThread(); });
     ASSERT_EQ(std::future_status::ready, pending.wait_for(std::chrono::seconds(10)));
     EXPECT_EQ(0, pending.get());
     EXPECT_EQ(0, cur());
-    bRelease = true;
-    holder.join();
+    holder.release();
     ctl().sensorThread();
     EXPECT_EQ(1, cur());
 }
