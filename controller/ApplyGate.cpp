@@ -22,11 +22,7 @@ void ApplyGate::lock() {
     }
     lockrank::acquire(lockrank::GATE);
     std::unique_lock<std::mutex> guard(m_mutex);
-    const unsigned long long nTicket = m_nNextTicket++;
-    m_cond.wait(guard, [this, nTicket] {
-        return m_owner.load() == std::thread::id() && m_nPriorityWaiters == 0 && m_nServing == nTicket;
-    });
-    ++m_nServing;
+    m_cond.wait(guard, [this] { return m_owner.load() == std::thread::id() && m_nPriorityWaiters == 0; });
     m_owner.store(me);
     m_nDepth = 1;
 }
@@ -82,7 +78,9 @@ void ApplyGate::unlock() {
     }
     lockrank::release(lockrank::GATE);
     if (bFree) {
-        m_cond.notify_all();
+        // One waiting host can take it; a host that finds a sensor thread
+        // waiting sleeps again until that thread's wait ends (notify_all).
+        m_cond.notify_one();
     }
 }
 

@@ -26,8 +26,7 @@ public:
     static ApplyGate& instance();
 
     // Host acquisition: blocks until the gate is free and no sensor thread
-    // waits for it (returns at once on the owning thread). Hosts get the
-    // gate in the order they asked for it.
+    // waits for it (returns at once on the owning thread).
     void lock();
     // Sensor-thread acquisition: true once held; false after one pass period
     // (100 slices of 10 ms platform time) or as soon as p_bStop is set.
@@ -53,10 +52,6 @@ private:
     std::atomic<std::thread::id> m_owner{std::thread::id()};
     unsigned m_nDepth = 0;            // guarded by m_mutex
     unsigned m_nPriorityWaiters = 0;  // guarded by m_mutex
-    // First-come order of host acquisitions (guarded by m_mutex): a host
-    // draws the next ticket and goes when its ticket is served.
-    unsigned long long m_nNextTicket = 0;
-    unsigned long long m_nServing = 0;
 };
 
 // Holds the gate as a host for the lifetime of the scope.

@@ -547,6 +547,8 @@ TEST_F(ChaosTest, TwoChannelsEightHostsAndCallbacksUnderFlippingClockAndDayNight
 
     installDeviceTree("box");
     platform::setClock(3, 0);
+    // A pass every 10 ms: a hundred scheme decisions a second per channel.
+    platform::setTimeScale(0.01);
     tarnix_test::RecordingFileOps recorder;
     tarnix::storage::setFileOps(&recorder);
 
