@@ -101,6 +101,9 @@ TEST_F(ConcurrencyTest, ModuleReadingBackOnTheSensorThreadDoesNotBlockAHost) {
     module.setHook([&](int, int key, int) {
         if (key == static_cast<int>(K_MIRROR) && currentThreadName() == "SensorThread") {
             ++nOnSensorThread;
+            // The module does some work of its own first; meanwhile the host
+            // thread starts its next call.
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
             int v = 0;
             if (ctl().getParameter(static_cast<int>(K_BRIGHTNESS), v)) {
                 ++nReadBacks;
