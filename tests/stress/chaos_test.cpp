@@ -363,15 +363,20 @@ public:
                 c.isKeyValSame(KeyVal{static_cast<u32>(randomKey(rng)), nValue});
                 c.doMirror(2384, 0, &nValue);
                 c.doBeaway(2385, 0, &nValue);
-                c.doDNThr(static_cast<unsigned>(145 + pick(rng, 10)), 0, &nValue);
+                // Each handler with the commands its table rows give it.
+                const unsigned kThrCmds[] = {145, 146, 154};
+                c.doDNThr(kThrCmds[pick(rng, 3)], 0, &nValue);
                 c.doDNTime(static_cast<unsigned>(149 + pick(rng, 4)), 0, &nValue);
             }
-            u32 nValue = static_cast<u32>(randomValue(rng));
-            c.doHwdr(2368, 0, &nValue);
-            c.doImageAdjust(static_cast<unsigned>(randomKey(rng)), 0, &nValue);
-            c.doDIS(2416, 0, &nValue);
-            c.doIaCmd_PanoTuning(static_cast<unsigned>(randomKey(rng)), 0, &nValue);
-            c.doFisheyeRotate(2386, 0, &nValue);
+            // Handlers that hand the caller's buffer to the ISP get one that
+            // holds any record the ISP exchanges, as doIaCmd's callers do.
+            u32 aValue[128] = {};
+            aValue[0] = static_cast<u32>(randomValue(rng));
+            c.doHwdr(2368, 0, aValue);
+            c.doImageAdjust(static_cast<unsigned>(randomKey(rng)), 0, aValue);
+            c.doDIS(2416, 0, aValue);
+            c.doIaCmd_PanoTuning(static_cast<unsigned>(randomKey(rng)), 0, aValue);
+            c.doFisheyeRotate(2386, 0, aValue);
             break;
         }
         case 30: {
