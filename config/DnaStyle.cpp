@@ -215,7 +215,8 @@ int getDnaStyle(int p_channelID, const char* szStyle, std::string& out, bool p_b
                      "");
 
     TiXmlDocument objStyleXmlDoc;
-    SENSOR_ASSERT_AT(452, LoadMem(objStyleXmlDoc, szStyle, TIXML_ENCODING_UTF8),
+    const bool bLoaded = LoadMem(objStyleXmlDoc, szStyle, TIXML_ENCODING_UTF8);
+    SENSOR_ASSERT_AT(452, bLoaded,
                      "objStyleXmlDoc.LoadMem(szStyle, TIXML_ENCODING_UTF8)", "");
     TiXmlElement* pRoot = objStyleXmlDoc.RootElement();
 
@@ -227,9 +228,9 @@ int getDnaStyle(int p_channelID, const char* szStyle, std::string& out, bool p_b
     for (int i = 0; i < dnaCmdList.cmd_cnt; ++i) {
         const u32 cmd = dnaCmdList.cmd_list[i];
         SENSOR_TRACE(TRACE_DBG, "dnaCmdList.cmd_list[%d] = cmd(%d)\n", i, static_cast<int>(cmd));
-        SENSOR_ASSERT_AT(460,
-                         SNS_SUCCESS == ia_ioctrl_v2(p_channelID - 1, (ia_cmd_e)dnaCmdList.cmd_list[i],
-                                                     IA_CMD_OPT_GET_PARAM_RNAGE, (void*)(&dnaParamList)),
+        const int nRangeRet = ia_ioctrl_v2(p_channelID - 1, (ia_cmd_e)dnaCmdList.cmd_list[i],
+                                           IA_CMD_OPT_GET_PARAM_RNAGE, (void*)(&dnaParamList));
+        SENSOR_ASSERT_AT(460, SNS_SUCCESS == nRangeRet,
                          "SNS_SUCCESS == ia_ioctrl_v2(p_channelID-1, (ia_cmd_e)dnaCmdList.cmd_list[i], "
                          "IA_CMD_OPT_GET_PARAM_RNAGE, (void*)(&dnaParamList))",
                          "");
@@ -238,7 +239,8 @@ int getDnaStyle(int p_channelID, const char* szStyle, std::string& out, bool p_b
         if (styleValueMayOverride(cmd)) {
             applyStyleValue(pRoot, i, cmd, dnaParamList);
         }
-        SENSOR_ASSERT_AT(504, SNS_SUCCESS == doDnaStyle(pRoot, static_cast<int>(cmd), &dnaParamList),
+        const int nNarrowRet = doDnaStyle(pRoot, static_cast<int>(cmd), &dnaParamList);
+        SENSOR_ASSERT_AT(504, SNS_SUCCESS == nNarrowRet,
                          "SNS_SUCCESS == doDnaStyle(objStyleXmlDoc.RootElement(), dnaCmdList.cmd_list[i], "
                          "&dnaParamList)",
                          "");

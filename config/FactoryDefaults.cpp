@@ -59,15 +59,17 @@ template <typename Store>
 void collectFactoryValues(const tarnix::diag::Site& p_stSite, int p_channelID, const char* p_szStyle,
                           bool p_bShowWDRFalg, bool p_bShowLDCFlag, u32& p_nCount, Store p_fnStore) {
     std::string strDnaStyle;
-    SENSOR_ASSERT_FOR(p_stSite, 585,
-                      SNS_SUCCESS == getDnaStyle(p_channelID, p_szStyle, strDnaStyle, p_bShowWDRFalg, p_bShowLDCFlag),
+    const int nStyleRet = getDnaStyle(p_channelID, p_szStyle, strDnaStyle, p_bShowWDRFalg, p_bShowLDCFlag);
+    SENSOR_ASSERT_FOR(p_stSite, 585, SNS_SUCCESS == nStyleRet,
                       "SNS_SUCCESS == getDnaStyle(p_channelID,p_szStyle, strDnaStyle,p_bShowWDRFalg,p_bShowLDCFlag)",
                       "");
     TiXmlDocument objDnaStyleDoc;
-    SENSOR_ASSERT_FOR(p_stSite, 589, LoadMem(objDnaStyleDoc, strDnaStyle.c_str(), TIXML_ENCODING_UTF8),
+    const bool bLoaded = LoadMem(objDnaStyleDoc, strDnaStyle.c_str(), TIXML_ENCODING_UTF8);
+    SENSOR_ASSERT_FOR(p_stSite, 589, bLoaded,
                       "objDnaStyleDoc.LoadMem(strDnaStyle.c_str(), TIXML_ENCODING_UTF8)", "");
     p_nCount = 0;
-    SENSOR_ASSERT_FOR(p_stSite, 593, SNS_SUCCESS == appendValueItems(objDnaStyleDoc.RootElement(), p_nCount, p_fnStore),
+    const int nItemsRet = appendValueItems(objDnaStyleDoc.RootElement(), p_nCount, p_fnStore);
+    SENSOR_ASSERT_FOR(p_stSite, 593, SNS_SUCCESS == nItemsRet,
                       "SNS_SUCCESS == style2KeyVal(pRootNode, p_pKeyVal, p_pnKeyValNum)", "p_pnKeyValNum(%u)\n",
                       p_nCount);
 }

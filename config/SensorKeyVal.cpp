@@ -37,9 +37,9 @@ int keyval_correct(int p_nChannel_id, KeyVal* p_pKeyval, u32 count) {
         // Only the first entry with the key is corrected.
         SENSOR_TRACE(TRACE_DBG, "before correct: (%d,%d)\n", static_cast<int>(p_pKeyval[index].key),
                      static_cast<int>(p_pKeyval[index].value));
-        SENSOR_ASSERT_AT(74,
-                         SNS_SUCCESS == ia_ioctrl_v2(p_nChannel_id, (ia_cmd_e)p_pKeyval[index].key,
-                                                     IA_CMD_OPT_CORRECT_PARAM, &p_pKeyval[index].value),
+        const int nCorrectRet = ia_ioctrl_v2(p_nChannel_id, (ia_cmd_e)p_pKeyval[index].key, IA_CMD_OPT_CORRECT_PARAM,
+                                             &p_pKeyval[index].value);
+        SENSOR_ASSERT_AT(74, SNS_SUCCESS == nCorrectRet,
                          "SNS_SUCCESS == ia_ioctrl_v2(p_nChannel_id, (ia_cmd_e)p_pKeyval[index].key, "
                          "IA_CMD_OPT_CORRECT_PARAM, &p_pKeyval[index].value)",
                          "");

@@ -70,8 +70,8 @@ void applySelectorEdits(const tarnix::diag::Site& p_stSite, TiXmlDocument& p_obj
                         const TiXmlAttribute* p_pMatched) {
     SENSOR_TRACE_FOR(p_stSite, TRACE_DBG, "modi_attr->Name()(%s), modi_attr->Value()(%s)\n", p_pMatched->Name(),
                      p_pMatched->Value());
-    TiXmlElement* node_second = nullptr;
-    SENSOR_ASSERT_FOR(p_stSite, 189, nullptr != (node_second = p_pSelector->FirstChildElement()),
+    TiXmlElement* node_second = p_pSelector->FirstChildElement();
+    SENSOR_ASSERT_FOR(p_stSite, 189, nullptr != node_second,
                       "NULL != (node_second = node_first->FirstChildElement())", "");
     for (; node_second != nullptr; node_second = node_second->NextSiblingElement()) {
         SENSOR_TRACE_FOR(p_stSite, TRACE_DBG, "modi_attr->Name()(%s), modi_attr->Value()(%s)\n",
@@ -116,8 +116,8 @@ void saveMergedStyle(const tarnix::diag::Site& p_stSite, int p_nChannelID, const
 
 int updateStyleTab(TiXmlDocument* doc_style, const char* op, const char* tab_key, TiXmlElement* tab) {
     TiXmlElement* pRoot = doc_style != nullptr ? doc_style->RootElement() : nullptr;
-    TiXmlElement* tab_node = nullptr;
-    SENSOR_ASSERT_AT(112, nullptr != (tab_node = (pRoot != nullptr ? pRoot->FirstChildElement() : nullptr)),
+    TiXmlElement* tab_node = pRoot != nullptr ? pRoot->FirstChildElement() : nullptr;
+    SENSOR_ASSERT_AT(112, nullptr != tab_node,
                      "NULL != (tab_node = doc_style->RootElement()->FirstChildElement())", "");
     if (tab_node == nullptr || op == nullptr || tab_key == nullptr) {
         return 0;
@@ -157,13 +157,13 @@ int mergeStyle(int p_nChannelID, ModuleConfig* p_pModuleConfig, char** ui_style,
 
     TiXmlDocument doc_style;
     TiXmlDocument doc_style_div;
-    SENSOR_ASSERT_AT(146, LoadMem(doc_style, szStyle, TIXML_ENCODING_UTF8),
-                     "doc_style.LoadMem(*ui_style, TIXML_ENCODING_UTF8)", "");
-    SENSOR_ASSERT_AT(147, LoadMem(doc_style_div, ui_styleDiversity, TIXML_ENCODING_UTF8),
-                     "doc_style_div.LoadMem(ui_styleDiversity, TIXML_ENCODING_UTF8)", "");
+    const bool bStyleLoaded = LoadMem(doc_style, szStyle, TIXML_ENCODING_UTF8);
+    SENSOR_ASSERT_AT(146, bStyleLoaded, "doc_style.LoadMem(*ui_style, TIXML_ENCODING_UTF8)", "");
+    const bool bDiversityLoaded = LoadMem(doc_style_div, ui_styleDiversity, TIXML_ENCODING_UTF8);
+    SENSOR_ASSERT_AT(147, bDiversityLoaded, "doc_style_div.LoadMem(ui_styleDiversity, TIXML_ENCODING_UTF8)", "");
 
-    TiXmlElement* node_first = nullptr;
-    SENSOR_ASSERT_AT(149, nullptr != (node_first = doc_style_div.RootElement()),
+    TiXmlElement* node_first = doc_style_div.RootElement();
+    SENSOR_ASSERT_AT(149, nullptr != node_first,
                      "NULL != (node_first = doc_style_div.RootElement())", "");
     for (; node_first != nullptr; node_first = node_first->NextSiblingElement()) {
         const TiXmlAttribute* pMatched = matchSelector(stSite, node_first, szDetail);

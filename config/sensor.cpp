@@ -142,7 +142,8 @@ void readModuleConfig(const ModuleConfigure& p_objModuleConfigure, SysConfig* p_
 // types (reports name initSysConf).
 void readDeviceType(const tarnix::diag::Site& p_stSite, SysConfig* p_stSysConf) {
     MachineInfo machineInfo;
-    SENSOR_ASSERT_FOR(p_stSite, 39, SystemInfoParser::parseMachineInfo(SENSOR_MACHINEINFO_FILE, machineInfo),
+    const bool bParsed = SystemInfoParser::parseMachineInfo(SENSOR_MACHINEINFO_FILE, machineInfo);
+    SENSOR_ASSERT_FOR(p_stSite, 39, bParsed,
                       "SystemInfoParser::parseMachineInfo(\"/mnt/mtd/code/factory_setting/machineinfo.ini\", "
                       "machineInfo)",
                       "");
@@ -196,9 +197,9 @@ int initSysConf(int p_nChannelID, const ModuleConfigure& p_objModuleConfigure, S
                      "getFileLen(strStyleDivFileName.c_str())) > 0",
                      "");
 
-    SENSOR_ASSERT_AT(119,
-                     SNS_SUCCESS == mergeStyle(p_nChannelID, &p_stSysConf->moduleConfig, &p_stSysConf->szUIStyle,
-                                               ui_styleDiversity),
+    const int nMerged = mergeStyle(p_nChannelID, &p_stSysConf->moduleConfig, &p_stSysConf->szUIStyle,
+                                   ui_styleDiversity);
+    SENSOR_ASSERT_AT(119, SNS_SUCCESS == nMerged,
                      "SNS_SUCCESS == mergeStyle(p_nChannelID,&p_stSysConf->moduleConfig, &p_stSysConf->szUIStyle, "
                      "ui_styleDiversity)",
                      "");

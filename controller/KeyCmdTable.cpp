@@ -6,6 +6,7 @@
 
 #include "controller/ISensorController.h"
 #include "controller/KeyCatalogue.h"
+#include "controller/SensorDebug.h"
 
 namespace {
 

@@ -5,17 +5,7 @@
 //
 // A translation unit defines SNS_SOURCE_FILE (the source name its reports
 // carry, e.g. "ISensorController.cpp") before including this header.
-#include <atomic>
-#include <cstdint>
-
-// Debug level: assertions print at >= 0, warnings at > 3, error and debug
-// traces at > 5, info traces at > 6.
-extern std::atomic<int32_t> g_nDebugLevel;
-// When set, a failed assertion aborts the process.
-extern std::atomic<bool> g_bEnAssert;
-
-// Refreshes both switches from the marker file.
-void updateDebugLevel();
+#include "controller/DebugSwitches.h"
 
 namespace tarnix {
 namespace diag {

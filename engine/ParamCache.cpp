@@ -14,6 +14,9 @@
 #include "controller/KeyCatalogue.h"
 
 using namespace tarnix::keys;
+#include "controller/ApplyGate.h"
+#include "controller/ParamLock.h"
+#include "controller/SensorDebug.h"
 
 namespace {
 
@@ -224,6 +227,9 @@ bool ISensorController::isKeyValSame(const KeyVal& p_stKeyVal) {
 
 int ISensorController::setParameters(KeyVal* p_pKeyval, u32 p_nCount, bool p_bCache) {
     const tarnix::diag::Site stSite = SENSOR_SITE();
+    // The callers inside the library hold the gate already; a host calling
+    // the apply loop directly gets it here.
+    tarnix::GateLock objGate;
     if (p_pKeyval == nullptr) {
         p_nCount = 0;
     }
@@ -445,13 +451,13 @@ void ISensorController::cacheRecord(const tarnix::diag::Site& p_stSite, u32 p_nI
 }
 
 bool ISensorController::getParamScheme(int& p_nScheme) {
-    SENSOR_PARAM_LOCK();
+    tarnix::ParamLock objLock(*this, __LINE__);
     p_nScheme = m_nCurScheme.load();
     return true;
 }
 
 bool ISensorController::getParamMode(int& p_nMode) {
-    SENSOR_PARAM_LOCK();
+    tarnix::ParamLock objLock(*this, __LINE__);
     p_nMode = m_nMode.load();
     return true;
 }

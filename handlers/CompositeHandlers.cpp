@@ -6,6 +6,7 @@
 #include "controller/KeyCatalogue.h"
 
 using namespace tarnix::keys;
+#include "controller/SensorDebug.h"
 
 namespace {
 
@@ -35,8 +36,8 @@ int ISensorController::doHwdr(unsigned int p_nKey, unsigned int p_nDir, void* p_
     // The video module hears of a WDR change before and after it.
     notifyToVideo(IA_CMD_WDR_NOTIFY, 0);
     int nRet = notifyToVideo(static_cast<int>(p_nKey), static_cast<int>(*pValue));
-    SENSOR_ASSERT_T(SNS_SUCCESS == doIaCmd(p_nKey, p_nDir, p_pVal),
-                    "SNS_SUCCESS == doIaCmd(p_nKey, p_nDir, p_pVal)", "");
+    const int nIspRet = doIaCmd(p_nKey, p_nDir, p_pVal);
+    SENSOR_ASSERT_T(SNS_SUCCESS == nIspRet, "SNS_SUCCESS == doIaCmd(p_nKey, p_nDir, p_pVal)", "");
     notifyToVideo(IA_CMD_WDR_NOTIFY, 1);
     // The video module's answer decides.
     return nRet;
@@ -46,8 +47,8 @@ int ISensorController::doImageAdjust(unsigned int p_nKey, unsigned int p_nDir, v
     if (p_pVal == nullptr) {
         return -1;
     }
-    SENSOR_ASSERT_T(SNS_SUCCESS == doIaCmd(p_nKey, p_nDir, p_pVal),
-                    "SNS_SUCCESS == doIaCmd(p_nKey, p_nDir, p_pVal)", "");
+    const int nIspRet = doIaCmd(p_nKey, p_nDir, p_pVal);
+    SENSOR_ASSERT_T(SNS_SUCCESS == nIspRet, "SNS_SUCCESS == doIaCmd(p_nKey, p_nDir, p_pVal)", "");
     // After the ISP call, so the video module sees what the ISP may have
     // written back.
     return notifyToVideo(static_cast<int>(p_nKey), static_cast<int>(*static_cast<u32*>(p_pVal)));
@@ -58,9 +59,8 @@ int ISensorController::doDIS(unsigned int p_nKey, unsigned int p_nDir, void* p_p
         return -1;
     }
     // Video module first, ISP second.
-    SENSOR_ASSERT_T(SNS_SUCCESS ==
-                        notifyToVideo(static_cast<int>(p_nKey), static_cast<int>(*static_cast<u32*>(p_pVal))),
-                    "SNS_SUCCESS == notifyToVideo(p_nKey, *(u32*)p_pVal)", "");
+    const int nNotifyRet = notifyToVideo(static_cast<int>(p_nKey), static_cast<int>(*static_cast<u32*>(p_pVal)));
+    SENSOR_ASSERT_T(SNS_SUCCESS == nNotifyRet, "SNS_SUCCESS == notifyToVideo(p_nKey, *(u32*)p_pVal)", "");
     return doIaCmd(p_nKey, p_nDir, p_pVal);
 }
 
@@ -73,7 +73,8 @@ int ISensorController::doIaCmd_PanoTuning(unsigned int p_nKey, unsigned int p_nD
     // business alone; nothing goes to the ISP.
     int nKey = static_cast<int>(p_nKey);
     int nVal = static_cast<int>(*static_cast<u32*>(p_pVal));
-    SENSOR_ASSERT_T(SNS_SUCCESS == notifyToVideo(nKey, nVal), "SNS_SUCCESS == notifyToVideo(nKey, nVal)", "");
+    const int nNotifyRet = notifyToVideo(nKey, nVal);
+    SENSOR_ASSERT_T(SNS_SUCCESS == nNotifyRet, "SNS_SUCCESS == notifyToVideo(nKey, nVal)", "");
     return SNS_SUCCESS;
 }
 
@@ -95,8 +96,8 @@ int ISensorController::doMirror(unsigned int p_nKey, unsigned int p_nDir, void* 
     if (nBeaway != 0) {
         nMirror = swapMirror(nMirror);
     }
-    SENSOR_ASSERT_T(SNS_SUCCESS == notifyToVideo(static_cast<int>(p_nKey), static_cast<int>(nMirror)),
-                    "SNS_SUCCESS == notifyToVideo(p_nKey, nMirror)", "");
+    const int nNotifyRet = notifyToVideo(static_cast<int>(p_nKey), static_cast<int>(nMirror));
+    SENSOR_ASSERT_T(SNS_SUCCESS == nNotifyRet, "SNS_SUCCESS == notifyToVideo(p_nKey, nMirror)", "");
     // Only the ISP and the video module see the swapped value; the caller's
     // value, and so the cache, keeps the user's setting.
     return doIaCmd(p_nKey, p_nDir, &nMirror);
@@ -118,10 +119,10 @@ int ISensorController::doBeaway(unsigned int p_nKey, unsigned int p_nDir, void* 
         nMirror = swapMirror(nMirror);
     }
     // Re-send the mirror with the swap applied or removed.
-    SENSOR_ASSERT_T(SNS_SUCCESS == notifyToVideo(IA_CMD_UI_MIRROR, static_cast<int>(nMirror)),
-                    "SNS_SUCCESS == notifyToVideo(IA_CMD_UI_MIRROR, nMirror)", "");
-    SENSOR_ASSERT_T(SNS_SUCCESS == notifyToVideo(static_cast<int>(p_nKey), static_cast<int>(nBeaway)),
-                    "SNS_SUCCESS == notifyToVideo(p_nKey, nBeaway)", "");
+    const int nMirrorRet = notifyToVideo(static_cast<int>(IA_CMD_UI_MIRROR), static_cast<int>(nMirror));
+    SENSOR_ASSERT_T(SNS_SUCCESS == nMirrorRet, "SNS_SUCCESS == notifyToVideo(IA_CMD_UI_MIRROR, nMirror)", "");
+    const int nBeawayRet = notifyToVideo(static_cast<int>(p_nKey), static_cast<int>(nBeaway));
+    SENSOR_ASSERT_T(SNS_SUCCESS == nBeawayRet, "SNS_SUCCESS == notifyToVideo(p_nKey, nBeaway)", "");
     doIaCmd(IA_CMD_UI_MIRROR, p_nDir, &nMirror);
     return doIaCmd(p_nKey, p_nDir, &nBeaway);
 }

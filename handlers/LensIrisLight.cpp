@@ -8,6 +8,7 @@
 #include "controller/KeyCatalogue.h"
 
 using namespace tarnix::keys;
+#include "controller/SensorDebug.h"
 
 namespace {
 

@@ -10,6 +10,7 @@
 #include "controller/KeyCatalogue.h"
 
 using namespace tarnix::keys;
+#include "controller/SensorDebug.h"
 
 namespace {
 

@@ -6,6 +6,7 @@
 
 #include "controller/ISensorController.h"
 #include "controller/KeyCatalogue.h"
+#include "controller/SensorDebug.h"
 #include "handlers/ShutterList.h"
 #include "platform/StringHandler.h"
 

@@ -6,6 +6,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -65,8 +66,12 @@ protected:
                   const std::vector<std::string>& p_vecEnv = {}) const {
         return runProgram(program(), p_vecArgs, p_strInput, root(), root(), p_vecEnv);
     }
-    // sensorctl --root <cam> with the arguments.
+    // sensorctl --root <cam> with the arguments, on the test's pinned clock
+    // unless the arguments set one.
     RunResult onCam(std::vector<std::string> p_vecArgs, const std::string& p_strInput = "") const {
+        if (std::find(p_vecArgs.begin(), p_vecArgs.end(), "--clock") == p_vecArgs.end()) {
+            p_vecArgs.insert(p_vecArgs.begin(), {"--clock", tarnix_test::pinnedClockText()});
+        }
         p_vecArgs.insert(p_vecArgs.begin(), {"--root", m_strCam});
         return run(p_vecArgs, p_strInput);
     }

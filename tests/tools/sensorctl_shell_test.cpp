@@ -221,7 +221,9 @@ TEST_F(SensorctlShellTest, ShellOptionErrors) {
 }
 
 TEST_F(SensorctlShellTest, TheDemoSessionRunsTheWholeLifeOfAChannel) {
-    RunResult r = runProgram("/bin/bash", {TARNIX_DEMO_SESSION, m_strCam, program()}, "", root(), root());
+    // The session's commands without --clock run on the test's pinned clock.
+    RunResult r = runProgram("/bin/bash", {TARNIX_DEMO_SESSION, m_strCam, program()}, "", root(), root(),
+                             {"TARNIX_CLOCK=" + tarnix_test::pinnedClockText()});
     ASSERT_EQ(0, r.code) << r.out << r.err;
     EXPECT_EQ("", r.err);
     std::vector<std::string> all = lines(r.out);
