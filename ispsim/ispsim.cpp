@@ -199,7 +199,7 @@ extern "C" int ia_ioctrl_v2(int channel, ia_cmd_e cmd, unsigned int opt, void* d
     Simulator& s = sim();
     std::lock_guard<std::mutex> lock(s.mutex);
 
-    ispsim::Call call{channel, command, opt, {}, -1};
+    ispsim::Call call{channel, command, opt, {}, -1, {}};
     if (data == nullptr) {
         if (s.observer) {
             s.observer(call, call.data);
@@ -224,6 +224,7 @@ extern "C" int ia_ioctrl_v2(int channel, ia_cmd_e cmd, unsigned int opt, void* d
     }
     if (write) {
         std::memcpy(data, words.data(), words.size() * sizeof(uint32_t));
+        call.answer = words;
     }
     call.result = result;
     if (s.observer) {

@@ -10,7 +10,10 @@
 #include <vector>
 
 namespace ispsim {
-struct Call { int channel; unsigned int cmd; unsigned int opt; std::vector<uint32_t> data; int result; };
+// One call: data = the buffer's 32-bit words as passed in; answer = the words
+// the ISP wrote back (empty when it wrote nothing).
+struct Call { int channel; unsigned int cmd; unsigned int opt; std::vector<uint32_t> data; int result;
+              std::vector<uint32_t> answer; };
 void reset();                                            // power-on state, empty call log
 void setValue(int channel, unsigned int cmd, uint32_t value);
 bool getValue(int channel, unsigned int cmd, uint32_t& value);

@@ -96,8 +96,15 @@ TEST_F(ServeSchemeTest, SchemeModeIsKnownWhateverSchemeIsCurrent) {
 TEST_F(ServeSchemeTest, SchemeModeIsReadFromSchemeZerosFileAtStart) {
     startServer("box");
     setUpTimePlan();
-    ASSERT_EQ(200, post("/api/flush", "{}").status);   // scheme 0 only: scheme 1's file keeps mode 0
+    ASSERT_EQ(200, post("/api/flush", "{}").status);
     stopServer();
+    // Scheme 1's own copy of the mode says "off"; only scheme 0's counts.
+    std::vector<KeyVal> scheme1 = schemeRecords("/mnt/mtd/code/config_file/sensor1_1.cfg");
+    for (KeyVal& kv : scheme1) {
+        kv.value = kv.key == 8000 ? 0 : kv.value;
+    }
+    tarnix_test::writeKeyValFile(hostPath("/mnt/mtd/code/config_file/sensor1_1.cfg"), scheme1);
+    ASSERT_EQ(0, valueOf(schemeRecords("/mnt/mtd/code/config_file/sensor1_1.cfg"), 8000));
 
     platform::setClock(7, 0);
     startServer("box");

@@ -1,6 +1,7 @@
 #pragma once
 // Scheme files as the tests read them: 8-byte key/value records back to back.
 #include <cstring>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,16 @@ inline std::vector<KeyVal> readKeyValFile(const std::string& p_strHostPath) {
         std::memcpy(records.data(), bytes.data(), records.size() * sizeof(KeyVal));
     }
     return records;
+}
+
+// Writes records as a scheme file at a host path, replacing it.
+inline void writeKeyValFile(const std::string& p_strHostPath, const std::vector<KeyVal>& p_vecRecords) {
+    std::string bytes(p_vecRecords.size() * sizeof(KeyVal), '\0');
+    if (!p_vecRecords.empty()) {
+        std::memcpy(&bytes[0], p_vecRecords.data(), bytes.size());
+    }
+    std::ofstream out(p_strHostPath, std::ios::binary | std::ios::trunc);
+    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
 
 // Value of a key in records, read as signed; -12345 when the key is absent.

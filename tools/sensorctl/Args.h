@@ -20,6 +20,7 @@ struct Options {
     int clockMinute = -1;
     double timeScale = 0.01;          // --time-scale S
     bool log = false;                 // --log
+    bool verbose = false;             // --verbose
     bool help = false;                // --help, -h
     std::string model;                // --model (init-root)
     std::string devicesDir;           // --devices (init-root)

@@ -9,6 +9,7 @@
 #include <cstdio>
 
 #include "tools/sensorctl/Device.h"
+#include "tools/sensorctl/LibraryConsole.h"
 #include "tools/sensorctl/Output.h"
 #include "tools/sensorctl/serve/ActivityLog.h"
 #include "tools/sensorctl/serve/LiveChannel.h"
@@ -50,6 +51,9 @@ int runServe(const Options& p_stOptions) {
     // inherits the blocked mask; this thread takes the signals with sigwait.
     BlockedSignals signals;
     Device device(p_stOptions);
+    // The library's console output goes to sensorctl.log (and with
+    // --verbose to stdout too); the URL line stays easy to find.
+    LibraryConsole console(device.hostPath(SENSORCTL_LOG_FILE), p_stOptions.verbose);
     serve::ServeConfig config;
     config.bind = p_stOptions.bind;
     config.port = p_stOptions.port;
@@ -71,8 +75,8 @@ int runServe(const Options& p_stOptions) {
         int nScheme = live.state().value("scheme", -1);
         say("serve: channel %d of %s, scheme %d; settings page on %s port %d (Ctrl-C stops):", device.cameraId(),
             device.root().c_str(), nScheme, config.bind.c_str(), nPort);
-        std::printf("%s\n", server.url().c_str());
-        std::fflush(stdout);
+        std::fprintf(ownStream(), "%s\n", server.url().c_str());
+        std::fflush(ownStream());
         pthread_t mainThread = pthread_self();
         server.start([&bFailed, mainThread] {
             bFailed = true;
@@ -85,6 +89,7 @@ int runServe(const Options& p_stOptions) {
         throw;
     }
     device.saveIspState();
+    console.finish();
     if (bFailed.load()) {
         runtimeError("the HTTP server stopped serving unexpectedly; the channel was shut down");
     }
