@@ -4,6 +4,9 @@
 #include <cstddef>
 
 #include "controller/ISensorController.h"
+#include "controller/LockRank.h"
+#include "controller/ParamLock.h"
+#include "controller/SensorDebug.h"
 
 namespace {
 
@@ -43,7 +46,7 @@ bool isUncachedIrKey(int p_nKey) {
 } // namespace
 
 int ISensorController::setParameter(int p_nKey, int p_nVal, bool p_bCache) {
-    SENSOR_PARAM_LOCK();
+    tarnix::ParamLock objLock(*this, __LINE__);
     SENSOR_TRACE(TRACE_DBG, "p_Parameters22222222222(%d, %d)\n", p_nKey, p_nVal);
     KeyVal stKeyVal;
     stKeyVal.key = static_cast<u32>(p_nKey);
@@ -52,7 +55,7 @@ int ISensorController::setParameter(int p_nKey, int p_nVal, bool p_bCache) {
 }
 
 bool ISensorController::getParameter(int p_nKey, int& p_nVal) {
-    SENSOR_PARAM_LOCK();
+    tarnix::ParamLock objLock(*this, __LINE__);
     SENSOR_TRACE(TRACE_DBG, "p_nKey(%d)\n", p_nKey);
 
     u32 nCached = static_cast<u32>(-1);
@@ -213,12 +216,14 @@ bool ISensorController::getShowBeawayFalg(bool& show) {
 // The zoom/focus record is handed over whole; both directions report false,
 // which is what hosts of this interface have always been given.
 bool ISensorController::getSensorZoomFocusParam(SensorZoomFocusParam& param) {
+    tarnix::lockrank::LeafScope objRank;
     std::lock_guard<std::mutex> objGuard(m_zoomFocusMutex);
     param = m_stZoomFocusParam;
     return false;
 }
 
 bool ISensorController::setSensorZoomFocusParam(SensorZoomFocusParam& param) {
+    tarnix::lockrank::LeafScope objRank;
     std::lock_guard<std::mutex> objGuard(m_zoomFocusMutex);
     m_stZoomFocusParam = param;
     return false;

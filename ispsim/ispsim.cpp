@@ -7,6 +7,7 @@
 #include <cstring>
 #include <deque>
 #include <map>
+#include <utility>
 #include <mutex>
 #include <thread>
 
@@ -34,6 +35,7 @@ struct Simulator {
     std::vector<Failure> vecFailures;
     std::deque<Call> dequeCalls;
     GlobalDefects defects;
+    ispsim::CallObserver observer;
 };
 
 Simulator& sim() {
@@ -241,6 +243,12 @@ void clearCalls() {
     s.dequeCalls.clear();
 }
 
+void setCallObserver(CallObserver observer) {
+    auto& s = sim();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    s.observer = std::move(observer);
+}
+
 } // namespace ispsim
 
 extern "C" int ia_ioctrl_v2(int channel, ia_cmd_e cmd, unsigned int opt, void* data) {
@@ -249,8 +257,11 @@ extern "C" int ia_ioctrl_v2(int channel, ia_cmd_e cmd, unsigned int opt, void* d
     Simulator& s = sim();
     std::unique_lock<std::mutex> lock(s.mutex);
 
-    ispsim::Call call{channel, command, opt, {}, -1};
+    ispsim::Call call{channel, command, opt, {}, -1, {}};
     if (data == nullptr) {
+        if (s.observer) {
+            s.observer(call, call.data);
+        }
         appendCall(s, std::move(call));
         return -1;
     }
@@ -281,8 +292,12 @@ extern "C" int ia_ioctrl_v2(int channel, ia_cmd_e cmd, unsigned int opt, void* d
         for (uint32_t i = 0; i < overrun; ++i) {
             pPast[i] = kOverrunPattern + i;
         }
+        call.answer = words;
     }
     call.result = result;
+    if (s.observer) {
+        s.observer(call, write ? words : call.data);
+    }
     appendCall(s, std::move(call));
     return result;
 }

@@ -7,11 +7,15 @@
 // Profiles may seed defects for the porting kit's checker to catch.
 // Thread-safe. Profile format: docs/simulator.md.
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
 namespace ispsim {
-struct Call { int channel; unsigned int cmd; unsigned int opt; std::vector<uint32_t> data; int result; };
+// One call: data = the buffer's 32-bit words as passed in; answer = the words
+// the ISP wrote back (empty when it wrote nothing).
+struct Call { int channel; unsigned int cmd; unsigned int opt; std::vector<uint32_t> data; int result;
+              std::vector<uint32_t> answer; };
 void reset();                                            // power-on state, empty call log
 void setValue(int channel, unsigned int cmd, uint32_t value);
 bool getValue(int channel, unsigned int cmd, uint32_t& value);
@@ -21,5 +25,11 @@ void setFailure(int channel, unsigned int cmd, int opt, int result);   // -1 for
 void clearFailures();
 std::vector<Call> calls();                               // data = the buffer's 32-bit words as passed in
 void clearCalls();
+// Sees every call as it is logged, on the caller's thread, together with the
+// buffer as the ISP left it (what a read answered). It runs under the
+// simulator's lock and must not call back into ispsim. Not touched by reset();
+// an empty function removes it.
+using CallObserver = std::function<void(const Call& call, const std::vector<uint32_t>& buffer)>;
+void setCallObserver(CallObserver observer);
 bool loadProfile(const std::string& path);               // values and dynamic params from a file (format in docs/)
 }

@@ -1,21 +1,24 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build needs, if any is missing.
-# Usage: scripts/deps.sh [base|test|cross|fuzz|all]...
+# Usage: scripts/deps.sh [base|test|cross|fuzz|browser|all]...
 set -euo pipefail
 
 want=()
 for group in "${@:-base}"; do
     case "$group" in
+        # sensorctl is part of a normal build, its serve command needs cpp-httplib and nlohmann-json.
         # CLI11 and nlohmann-json are header-only (architecture "all"): the
         # same packages serve native and cross builds of tarnix-conformance.
-        base) want+=(g++ cmake make libtinyxml-dev libcli11-dev nlohmann-json3-dev) ;;
-        test) want+=(g++ cmake make libtinyxml-dev libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev
-                     libbenchmark-dev) ;;
+        base) want+=(g++ cmake make libtinyxml-dev pkg-config libcpp-httplib-dev nlohmann-json3-dev libcli11-dev) ;;
+        test) want+=(g++ cmake make libtinyxml-dev libgtest-dev libgmock-dev libbenchmark-dev
+                     pkg-config libcpp-httplib-dev nlohmann-json3-dev libcli11-dev) ;;
         cross) want+=(g++-aarch64-linux-gnu qemu-user libtinyxml-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64
                       libcli11-dev nlohmann-json3-dev) ;;
         fuzz) want+=(clang libclang-rt-dev) ;;
-        all) want+=(g++ cmake make libtinyxml-dev libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev
-                    libbenchmark-dev clang libclang-rt-dev
+        # The settings page of sensorctl serve in a real browser.
+        browser) want+=(chromium chromium-driver python3-selenium) ;;
+        all) want+=(g++ cmake make libtinyxml-dev libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-dev
+                    pkg-config libcpp-httplib-dev nlohmann-json3-dev libcli11-dev chromium chromium-driver python3-selenium
                     g++-aarch64-linux-gnu qemu-user libtinyxml-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64) ;;
         *) echo "deps.sh: unknown group '$group'" >&2; exit 2 ;;
     esac
