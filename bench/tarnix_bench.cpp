@@ -39,6 +39,7 @@
 #include <tinyxml.h>
 
 #include "controller/ISensorController.h"
+#include "controller/KeyCatalogue.h"
 #include "engine/KeyValText.h"
 #include "ispsim/ispsim.h"
 #include "platform/GThread.h"
@@ -52,6 +53,8 @@
 #ifndef TARNIX_DEVICES_DIR
 #define TARNIX_DEVICES_DIR "devices"
 #endif
+
+using namespace tarnix::keys;
 
 namespace {
 
@@ -91,16 +94,11 @@ public:
 
 private:
     Device() {
-        const char* szBase = std::getenv("TMPDIR");
-        std::string strTempl =
-            std::string(szBase != nullptr && *szBase != '\0' ? szBase : "/tmp") + "/tarnix-bench-XXXXXX";
-        std::vector<char> vecBuffer(strTempl.begin(), strTempl.end());
-        vecBuffer.push_back('\0');
-        if (::mkdtemp(vecBuffer.data()) == nullptr) {
+        m_strRoot = platform::makeHostTempDir("tarnix-bench-");
+        if (m_strRoot.empty()) {
             std::perror("mkdtemp");
             std::exit(1);
         }
-        m_strRoot = vecBuffer.data();
         const char* szDevices = std::getenv("TARNIX_BENCH_DEVICES");
         platform::copyHostTree(std::string(szDevices != nullptr ? szDevices : TARNIX_DEVICES_DIR) + "/box", m_strRoot);
         platform::setRoot(m_strRoot);
@@ -273,7 +271,9 @@ void BM_SetParametersUnchanged(benchmark::State& state) {
 }
 
 // Image keys whose values the scheme switch benchmark changes in scheme 1.
-const u32 kSwitchKeys[] = {34, 2337, 2353, 2321, 2306, 2307, 2312, 2313, 770, 771, 772, 773};
+const u32 kSwitchKeys[] = {KEY_BRIGHTNESS,   KEY_SATURATION,   KEY_CONTRAST,     KEY_SHARPNESS,
+                           KEY_2D_NR_STRG_A, KEY_2D_NR_STRG_M, KEY_3D_NR_STRG_A, KEY_3D_NR_STRG_M,
+                           KEY_R_GAIN,       KEY_B_GAIN,       KEY_WB_RG,        KEY_WB_BG};
 
 // setParamScheme back and forth between schemes 0 and 1, which differ in the
 // image keys above: the switch applies only the keys that differ.
@@ -435,18 +435,17 @@ void BM_Uinit(benchmark::State& state) {
     pair.finish(state);
 }
 
-// getUIStyleFile: the merged style narrowed to the ISP's ranges. The
-// baseline parses the merged style and replays the ISP's range queries.
-void BM_GetUIStyleFile(benchmark::State& state) {
-    Controller c;
+// Times p_fnLib against a baseline that parses the merged style and replays
+// the ISP calls recorded since the caller last cleared the call log (the
+// calls one run of p_fnLib makes).
+template <typename Fn>
+void timeAgainstStyleReplay(benchmark::State& state, Fn p_fnLib) {
     const std::vector<std::string> vecTexts = {readHostFile(Device::instance().host("/tmp/merge_style_ch1.xml"))};
-    ispsim::clearCalls();
-    const size_t nLen = c->getUIStyleFile().size();
     const IspReplay replay(ispsim::calls());
     Pair pair;
     for (auto _ : state) {
         ispsim::clearCalls();
-        double dLib = timed([&] { benchmark::DoNotOptimize(c->getUIStyleFile()); });
+        double dLib = timed(p_fnLib);
         state.SetIterationTime(dLib);
         pair.dLib += dLib;
         ispsim::clearCalls();
@@ -458,6 +457,15 @@ void BM_GetUIStyleFile(benchmark::State& state) {
     ispsim::clearCalls();
     pair.finish(state);
     state.counters["isp_calls"] = static_cast<double>(replay.size());
+}
+
+// getUIStyleFile: the merged style narrowed to the ISP's ranges. The
+// baseline parses the merged style and replays the ISP's range queries.
+void BM_GetUIStyleFile(benchmark::State& state) {
+    Controller c;
+    ispsim::clearCalls();
+    const size_t nLen = c->getUIStyleFile().size();
+    timeAgainstStyleReplay(state, [&] { benchmark::DoNotOptimize(c->getUIStyleFile()); });
     state.counters["style_bytes"] = static_cast<double>(nLen);
 }
 
@@ -465,26 +473,12 @@ void BM_GetUIStyleFile(benchmark::State& state) {
 // ranges. The baseline parses the merged style and replays the corrections.
 void BM_GetAllParameters(benchmark::State& state) {
     Controller c;
-    const std::vector<std::string> vecTexts = {readHostFile(Device::instance().host("/tmp/merge_style_ch1.xml"))};
     ispsim::clearCalls();
     const size_t nRecords = keyval_count(currentScheme(*c));
-    const IspReplay replay(ispsim::calls());
-    Pair pair;
-    for (auto _ : state) {
+    timeAgainstStyleReplay(state, [&] {
         std::string strOut;
-        ispsim::clearCalls();
-        double dLib = timed([&] { benchmark::DoNotOptimize(c->getAllParameters(strOut)); });
-        state.SetIterationTime(dLib);
-        pair.dLib += dLib;
-        ispsim::clearCalls();
-        pair.dBase += timed([&] {
-            parseXml(vecTexts);
-            replay.run();
-        });
-    }
-    ispsim::clearCalls();
-    pair.finish(state);
-    state.counters["isp_calls"] = static_cast<double>(replay.size());
+        benchmark::DoNotOptimize(c->getAllParameters(strOut));
+    });
     state.counters["records"] = static_cast<double>(nRecords);
 }
 

@@ -17,7 +17,10 @@
 #include "config/StyleXml.h"
 #include "config/sensor.h"
 #include "controller/SensorDebug.h"
+#include "controller/KeyCatalogue.h"
 #include "controller/SensorTypes.h"
+
+using namespace tarnix::keys;
 
 namespace {
 
@@ -26,9 +29,20 @@ const int kStyleUseIspDefault = 100;
 // On the maximum shutter, values from here up keep the style's choices.
 const int kStyleOwnChoicesBase = 200;
 
-// Commands whose style value may override the ISP default.
+// Commands whose style value may override the ISP default: the shutter
+// limits and the auto-focus near limit.
 bool styleValueMayOverride(u32 p_nCmd) {
-    return p_nCmd == 49 || p_nCmd == 50 || p_nCmd == 51 || p_nCmd == 55 || p_nCmd == 56 || p_nCmd == 1537;
+    switch (p_nCmd) {
+    case KEY_MAX_SHUTTER:
+    case KEY_FIX_SHUTTER:
+    case KEY_MIN_SHUTTER:
+    case KEY_MIN_SHUTTER_NIGHT:
+    case KEY_MAX_SHUTTER_NIGHT:
+    case KEY_AUTO_FOCUS_NEAR_LIMIT:
+        return true;
+    default:
+        return false;
+    }
 }
 
 // Entries of the record's list that are valid and inside the array.
@@ -54,6 +68,53 @@ void removeItem(TiXmlElement* p_pRoot, int p_nId) {
     TiXmlElement* pFound = nullptr;
     getNodebyCmdId(p_pRoot, p_nId, pFound);
     DeleteNode(p_pRoot, pFound);
+}
+
+// The style's own value of a command that may override the ISP default
+// stands when the ISP offers it (100 asks for the ISP's default instead); on
+// the maximum shutter a value of 200 or more keeps the style's own choices
+// and stands for the value minus 200.
+void applyStyleValue(TiXmlElement* p_pRoot, int p_nIndex, u32 p_nCmd, ia_dynamic_params_attr_st& p_stList) {
+    int nVal = 0;
+    getDnaValbyCmdId(p_pRoot, static_cast<int>(p_nCmd), nVal);
+    if (nVal == kStyleUseIspDefault) {
+        return;
+    }
+    std::printf("dnaCmdList.cmd_list[%d] = dnaParamList.items_cnt(%d)\n", p_nIndex, p_stList.items_cnt);
+    for (int j = 0; j < p_stList.items_cnt; ++j) {
+        std::printf(" dnaParamList.item[%d] = %d nVal = %d \n", j, p_stList.item[j], nVal);
+        if (p_stList.item[j] == nVal) {
+            p_stList.def_val = nVal;
+            break;
+        }
+    }
+    if (nVal >= kStyleOwnChoicesBase && p_nCmd == IA_CMD_MAX_SHUTTER) {
+        doCustomizeStyle(p_pRoot, IA_CMD_MAX_SHUTTER, &p_stList);
+        p_stList.def_val = nVal - kStyleOwnChoicesBase;
+    }
+}
+
+// Removes the items this channel does not show. Item 10 (KEY_EMPTY1) goes
+// whatever the WDR flag says, and a true beaway flag removes item 11
+// (KEY_EMPTY2): both are intended.
+void removeHiddenItems(TiXmlElement* p_pRoot, bool p_bShowWDRFalg, bool p_bShowLDCFlag) {
+    if (p_bShowWDRFalg) {
+        removeItem(p_pRoot, KEY_EMPTY1);
+    } else {
+        removeItem(p_pRoot, KEY_EMPTY1);
+        removeItem(p_pRoot, KEY_WDR_MODE);
+        removeItem(p_pRoot, KEY_WDR_STRG);
+    }
+    if (!p_bShowLDCFlag) {
+        removeItem(p_pRoot, KEY_LDC_SWITCH);
+        removeItem(p_pRoot, KEY_LDC_STRG);
+    }
+    if (g_bShoWBeawayFalg) {
+        removeItem(p_pRoot, KEY_EMPTY2);
+    }
+    if (!g_bShoWFisheyeRotateFlag) {
+        removeItem(p_pRoot, KEY_FISHEYE_ROTATE);
+    }
 }
 
 } // namespace
@@ -130,26 +191,32 @@ int doCustomizeStyle(TiXmlElement* start, int cmd, ia_dynamic_params_attr_st* at
     return 0;
 }
 
+int readDynamicCommandList(int p_nIspChannel, ia_dynamic_cmd_list_st& p_stList) {
+    std::memset(&p_stList, 0, sizeof(p_stList));
+    int nRet = ia_ioctrl_v2(p_nIspChannel, IA_CMD_DYNAMIC_PARAMS_CMDS_GET, IA_CMD_OPT_GET, (void*)(&p_stList));
+    if (SNS_SUCCESS != nRet) {
+        std::memset(&p_stList, 0, sizeof(p_stList));
+    }
+    // The list holds IA_DYNAMIC_CMD_MAX commands at most.
+    if (p_stList.cmd_cnt < 0) {
+        p_stList.cmd_cnt = 0;
+    } else if (p_stList.cmd_cnt > IA_DYNAMIC_CMD_MAX) {
+        p_stList.cmd_cnt = IA_DYNAMIC_CMD_MAX;
+    }
+    return nRet;
+}
+
 int getDnaStyle(int p_channelID, const char* szStyle, std::string& out, bool p_bShowWDRFalg, bool p_bShowLDCFlag) {
     ia_dynamic_cmd_list_st dnaCmdList;
-    std::memset(&dnaCmdList, 0, sizeof(dnaCmdList));
-    int nRet = ia_ioctrl_v2(p_channelID - 1, IA_CMD_DYNAMIC_PARAMS_CMDS_GET, IA_CMD_OPT_GET, (void*)(&dnaCmdList));
+    int nRet = readDynamicCommandList(p_channelID - 1, dnaCmdList);
     SENSOR_ASSERT_AT(448, SNS_SUCCESS == nRet,
                      "SNS_SUCCESS == ia_ioctrl_v2(p_channelID-1, IA_CMD_DYNAMIC_PARAMS_CMDS_GET, IA_CMD_OPT_GET, "
                      "(void*)(&dnaCmdList))",
                      "");
-    if (SNS_SUCCESS != nRet) {
-        std::memset(&dnaCmdList, 0, sizeof(dnaCmdList));
-    }
-    // The list holds IA_DYNAMIC_CMD_MAX commands at most.
-    if (dnaCmdList.cmd_cnt < 0) {
-        dnaCmdList.cmd_cnt = 0;
-    } else if (dnaCmdList.cmd_cnt > IA_DYNAMIC_CMD_MAX) {
-        dnaCmdList.cmd_cnt = IA_DYNAMIC_CMD_MAX;
-    }
 
     TiXmlDocument objStyleXmlDoc;
-    SENSOR_ASSERT_AT(452, LoadMem(objStyleXmlDoc, szStyle, TIXML_ENCODING_UTF8),
+    const bool bLoaded = LoadMem(objStyleXmlDoc, szStyle, TIXML_ENCODING_UTF8);
+    SENSOR_ASSERT_AT(452, bLoaded,
                      "objStyleXmlDoc.LoadMem(szStyle, TIXML_ENCODING_UTF8)", "");
     TiXmlElement* pRoot = objStyleXmlDoc.RootElement();
 
@@ -161,60 +228,24 @@ int getDnaStyle(int p_channelID, const char* szStyle, std::string& out, bool p_b
     for (int i = 0; i < dnaCmdList.cmd_cnt; ++i) {
         const u32 cmd = dnaCmdList.cmd_list[i];
         SENSOR_TRACE(TRACE_DBG, "dnaCmdList.cmd_list[%d] = cmd(%d)\n", i, static_cast<int>(cmd));
-        SENSOR_ASSERT_AT(460,
-                         SNS_SUCCESS == ia_ioctrl_v2(p_channelID - 1, (ia_cmd_e)dnaCmdList.cmd_list[i],
-                                                     IA_CMD_OPT_GET_PARAM_RNAGE, (void*)(&dnaParamList)),
+        const int nRangeRet = ia_ioctrl_v2(p_channelID - 1, (ia_cmd_e)dnaCmdList.cmd_list[i],
+                                           IA_CMD_OPT_GET_PARAM_RNAGE, (void*)(&dnaParamList));
+        SENSOR_ASSERT_AT(460, SNS_SUCCESS == nRangeRet,
                          "SNS_SUCCESS == ia_ioctrl_v2(p_channelID-1, (ia_cmd_e)dnaCmdList.cmd_list[i], "
                          "IA_CMD_OPT_GET_PARAM_RNAGE, (void*)(&dnaParamList))",
                          "");
         // The list holds IA_DYNAMIC_ITEM_MAX values at most.
         dnaParamList.items_cnt = validItems(&dnaParamList);
-
         if (styleValueMayOverride(cmd)) {
-            int nVal = 0;
-            getDnaValbyCmdId(pRoot, static_cast<int>(cmd), nVal);
-            if (nVal != kStyleUseIspDefault) {
-                // The style's value stands when the ISP offers it.
-                std::printf("dnaCmdList.cmd_list[%d] = dnaParamList.items_cnt(%d)\n", i, dnaParamList.items_cnt);
-                for (int j = 0; j < dnaParamList.items_cnt; ++j) {
-                    std::printf(" dnaParamList.item[%d] = %d nVal = %d \n", j, dnaParamList.item[j], nVal);
-                    if (dnaParamList.item[j] == nVal) {
-                        dnaParamList.def_val = nVal;
-                        break;
-                    }
-                }
-                if (nVal >= kStyleOwnChoicesBase && cmd == IA_CMD_MAX_SHUTTER) {
-                    doCustomizeStyle(pRoot, IA_CMD_MAX_SHUTTER, &dnaParamList);
-                    dnaParamList.def_val = nVal - kStyleOwnChoicesBase;
-                }
-            }
+            applyStyleValue(pRoot, i, cmd, dnaParamList);
         }
-
-        SENSOR_ASSERT_AT(504, SNS_SUCCESS == doDnaStyle(pRoot, static_cast<int>(cmd), &dnaParamList),
+        const int nNarrowRet = doDnaStyle(pRoot, static_cast<int>(cmd), &dnaParamList);
+        SENSOR_ASSERT_AT(504, SNS_SUCCESS == nNarrowRet,
                          "SNS_SUCCESS == doDnaStyle(objStyleXmlDoc.RootElement(), dnaCmdList.cmd_list[i], "
                          "&dnaParamList)",
                          "");
     }
-
-    // Items this channel does not show. Item 10 goes whatever the WDR flag
-    // says, and a true beaway flag removes item 11: both are intended.
-    if (p_bShowWDRFalg) {
-        removeItem(pRoot, 10);
-    } else {
-        removeItem(pRoot, 10);
-        removeItem(pRoot, 2368);
-        removeItem(pRoot, 2369);
-    }
-    if (!p_bShowLDCFlag) {
-        removeItem(pRoot, 2048);
-        removeItem(pRoot, 2064);
-    }
-    if (g_bShoWBeawayFalg) {
-        removeItem(pRoot, 11);
-    }
-    if (!g_bShoWFisheyeRotateFlag) {
-        removeItem(pRoot, 2386);
-    }
+    removeHiddenItems(pRoot, p_bShowWDRFalg, p_bShowLDCFlag);
 
     // A document parsed from memory has no file name, so there is nothing
     // to save; the text goes to the caller.

@@ -7,6 +7,7 @@
 
 #include <cstring>
 
+#include "config/DnaStyle.h"
 #include "controller/SensorDebug.h"
 #include "platform/ia_ioctrl.h"
 
@@ -17,24 +18,13 @@ int keyval_correct(int p_nChannel_id, KeyVal* p_pKeyval, u32 count) {
     }
 
     ia_dynamic_cmd_list_st dnaCmdList;
-    std::memset(&dnaCmdList, 0, sizeof(dnaCmdList));
-    int nRet = ia_ioctrl_v2(p_nChannel_id, IA_CMD_DYNAMIC_PARAMS_CMDS_GET, IA_CMD_OPT_GET, (void*)(&dnaCmdList));
+    int nRet = readDynamicCommandList(p_nChannel_id, dnaCmdList);
     SENSOR_ASSERT_AT(63, SNS_SUCCESS == nRet,
                      "SNS_SUCCESS == ia_ioctrl_v2(p_nChannel_id, IA_CMD_DYNAMIC_PARAMS_CMDS_GET, IA_CMD_OPT_GET, "
                      "(void*)(&dnaCmdList))",
                      "");
-    if (SNS_SUCCESS != nRet) {
-        std::memset(&dnaCmdList, 0, sizeof(dnaCmdList));
-    }
-    // The list holds IA_DYNAMIC_CMD_MAX commands at most.
-    int nCmdCount = dnaCmdList.cmd_cnt;
-    if (nCmdCount < 0) {
-        nCmdCount = 0;
-    } else if (nCmdCount > IA_DYNAMIC_CMD_MAX) {
-        nCmdCount = IA_DYNAMIC_CMD_MAX;
-    }
 
-    for (int i = 0; i < nCmdCount; ++i) {
+    for (int i = 0; i < dnaCmdList.cmd_cnt; ++i) {
         const u32 nCmd = dnaCmdList.cmd_list[i];
         u32 index = 0;
         while (index < count && p_pKeyval[index].key != nCmd) {
@@ -47,9 +37,9 @@ int keyval_correct(int p_nChannel_id, KeyVal* p_pKeyval, u32 count) {
         // Only the first entry with the key is corrected.
         SENSOR_TRACE(TRACE_DBG, "before correct: (%d,%d)\n", static_cast<int>(p_pKeyval[index].key),
                      static_cast<int>(p_pKeyval[index].value));
-        SENSOR_ASSERT_AT(74,
-                         SNS_SUCCESS == ia_ioctrl_v2(p_nChannel_id, (ia_cmd_e)p_pKeyval[index].key,
-                                                     IA_CMD_OPT_CORRECT_PARAM, &p_pKeyval[index].value),
+        const int nCorrectRet = ia_ioctrl_v2(p_nChannel_id, (ia_cmd_e)p_pKeyval[index].key, IA_CMD_OPT_CORRECT_PARAM,
+                                             &p_pKeyval[index].value);
+        SENSOR_ASSERT_AT(74, SNS_SUCCESS == nCorrectRet,
                          "SNS_SUCCESS == ia_ioctrl_v2(p_nChannel_id, (ia_cmd_e)p_pKeyval[index].key, "
                          "IA_CMD_OPT_CORRECT_PARAM, &p_pKeyval[index].value)",
                          "");

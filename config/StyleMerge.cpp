@@ -36,12 +36,88 @@ void makeParentDir(const std::string& p_strFile) {
     }
 }
 
+// The attribute of a selector that matches the module: it names a detail field
+// whose value agrees with one of the listed values on their first five
+// characters; null when no attribute matches.
+const TiXmlAttribute* matchSelector(const tarnix::diag::Site& p_stSite, const TiXmlElement* p_pSelector,
+                                    const char* p_szDetail) {
+    for (const TiXmlAttribute* pAttr = p_pSelector->FirstAttribute(); pAttr != nullptr; pAttr = pAttr->Next()) {
+        const char* szName = pAttr->Name();
+        const char* szValue = pAttr->Value();
+        SENSOR_TRACE_FOR(p_stSite, TRACE_DBG, "modi_attr->Name()(%s), modi_attr->Value()(%s)\n", szName, szValue);
+        char nVal[10];
+        std::memset(nVal, 0, sizeof(nVal));
+        if (0 == getDetailFieldToStr(p_szDetail, szName, nVal, sizeof(nVal))) {
+            std::vector<std::string> vecPieces;
+            StringHandler::split(szValue, vecPieces, ",");
+            for (const std::string& strPiece : vecPieces) {
+                if (0 == std::strncmp(strPiece.c_str(), nVal, kSelectorCompareLen)) {
+                    return pAttr;
+                }
+            }
+            if (0 == std::strncmp(szValue, nVal, kSelectorCompareLen)) {
+                return pAttr;
+            }
+        }
+        SENSOR_TRACE_FOR(p_stSite, TRACE_DBG, "modi_attr->Name()(%s), modi_attr->Value()(%s) nVal(%s)\n", szName,
+                         szValue, nVal);
+    }
+    return nullptr;
+}
+
+// Applies the operations of a matching selector to the style, in order.
+void applySelectorEdits(const tarnix::diag::Site& p_stSite, TiXmlDocument& p_objStyle, TiXmlElement* p_pSelector,
+                        const TiXmlAttribute* p_pMatched) {
+    SENSOR_TRACE_FOR(p_stSite, TRACE_DBG, "modi_attr->Name()(%s), modi_attr->Value()(%s)\n", p_pMatched->Name(),
+                     p_pMatched->Value());
+    TiXmlElement* node_second = p_pSelector->FirstChildElement();
+    SENSOR_ASSERT_FOR(p_stSite, 189, nullptr != node_second,
+                      "NULL != (node_second = node_first->FirstChildElement())", "");
+    for (; node_second != nullptr; node_second = node_second->NextSiblingElement()) {
+        SENSOR_TRACE_FOR(p_stSite, TRACE_DBG, "modi_attr->Name()(%s), modi_attr->Value()(%s)\n",
+                         p_pMatched->Name(), p_pMatched->Value());
+        updateStyleTab(&p_objStyle, node_second->Value(), node_second->Attribute("tab_key"),
+                       node_second->FirstChildElement());
+        SENSOR_TRACE_FOR(p_stSite, TRACE_DBG, "modi_attr->Name()(%s), modi_attr->Value()(%s)\n",
+                         p_pMatched->Name(), p_pMatched->Value());
+    }
+}
+
+// Saves the merged style to "/tmp/merge_style_ch%d.xml" and reads that file
+// back as the new style text.
+void saveMergedStyle(const tarnix::diag::Site& p_stSite, int p_nChannelID, const TiXmlDocument& p_objStyle,
+                     char** ui_style) {
+    char filename[64];
+    std::snprintf(filename, sizeof(filename), SENSOR_MERGE_STYLE_FMT, p_nChannelID);
+    makeParentDir(filename);
+    saveXmlFile(p_objStyle, filename);
+
+    std::string strMerged;
+    getXmlString(p_objStyle, strMerged);
+    SENSOR_TRACE_FOR(p_stSite, TRACE_INFO, "%s\n", strMerged.c_str());
+    if (ui_style == nullptr) {
+        return;
+    }
+    INT64 file_len = getFileLen(filename);
+    if (file_len < 0) {
+        file_len = 0;
+    }
+    int nRead = -1;
+    char* pBuffer = static_cast<char*>(std::realloc(*ui_style, static_cast<size_t>(file_len) + 1));
+    if (pBuffer != nullptr) {
+        *ui_style = pBuffer;
+        std::memset(pBuffer, 0, static_cast<size_t>(file_len) + 1);
+        nRead = loadFromFile(filename, pBuffer, file_len);
+    }
+    SENSOR_ASSERT_FOR(p_stSite, 216, nRead > 0, "loadFromFile(filename, *ui_style, file_len) > 0", "");
+}
+
 } // namespace
 
 int updateStyleTab(TiXmlDocument* doc_style, const char* op, const char* tab_key, TiXmlElement* tab) {
     TiXmlElement* pRoot = doc_style != nullptr ? doc_style->RootElement() : nullptr;
-    TiXmlElement* tab_node = nullptr;
-    SENSOR_ASSERT_AT(112, nullptr != (tab_node = (pRoot != nullptr ? pRoot->FirstChildElement() : nullptr)),
+    TiXmlElement* tab_node = pRoot != nullptr ? pRoot->FirstChildElement() : nullptr;
+    SENSOR_ASSERT_AT(112, nullptr != tab_node,
                      "NULL != (tab_node = doc_style->RootElement()->FirstChildElement())", "");
     if (tab_node == nullptr || op == nullptr || tab_key == nullptr) {
         return 0;
@@ -75,91 +151,26 @@ int updateStyleTab(TiXmlDocument* doc_style, const char* op, const char* tab_key
 }
 
 int mergeStyle(int p_nChannelID, ModuleConfig* p_pModuleConfig, char** ui_style, char* ui_styleDiversity) {
+    const tarnix::diag::Site stSite = SENSOR_SITE();
     const char* szDetail = p_pModuleConfig != nullptr ? p_pModuleConfig->szDetail : "";
     const char* szStyle = ui_style != nullptr ? *ui_style : nullptr;
 
     TiXmlDocument doc_style;
     TiXmlDocument doc_style_div;
-    SENSOR_ASSERT_AT(146, LoadMem(doc_style, szStyle, TIXML_ENCODING_UTF8),
-                     "doc_style.LoadMem(*ui_style, TIXML_ENCODING_UTF8)", "");
-    SENSOR_ASSERT_AT(147, LoadMem(doc_style_div, ui_styleDiversity, TIXML_ENCODING_UTF8),
-                     "doc_style_div.LoadMem(ui_styleDiversity, TIXML_ENCODING_UTF8)", "");
+    const bool bStyleLoaded = LoadMem(doc_style, szStyle, TIXML_ENCODING_UTF8);
+    SENSOR_ASSERT_AT(146, bStyleLoaded, "doc_style.LoadMem(*ui_style, TIXML_ENCODING_UTF8)", "");
+    const bool bDiversityLoaded = LoadMem(doc_style_div, ui_styleDiversity, TIXML_ENCODING_UTF8);
+    SENSOR_ASSERT_AT(147, bDiversityLoaded, "doc_style_div.LoadMem(ui_styleDiversity, TIXML_ENCODING_UTF8)", "");
 
-    TiXmlElement* node_first = nullptr;
-    SENSOR_ASSERT_AT(149, nullptr != (node_first = doc_style_div.RootElement()),
+    TiXmlElement* node_first = doc_style_div.RootElement();
+    SENSOR_ASSERT_AT(149, nullptr != node_first,
                      "NULL != (node_first = doc_style_div.RootElement())", "");
-
     for (; node_first != nullptr; node_first = node_first->NextSiblingElement()) {
-        // The selector applies when any one of its attributes names a detail
-        // field whose value it lists.
-        const TiXmlAttribute* pMatched = nullptr;
-        for (const TiXmlAttribute* pAttr = node_first->FirstAttribute(); pAttr != nullptr; pAttr = pAttr->Next()) {
-            const char* szName = pAttr->Name();
-            const char* szValue = pAttr->Value();
-            SENSOR_TRACE(TRACE_DBG, "modi_attr->Name()(%s), modi_attr->Value()(%s)\n", szName, szValue);
-            char nVal[10];
-            std::memset(nVal, 0, sizeof(nVal));
-            if (0 == getDetailFieldToStr(szDetail, szName, nVal, sizeof(nVal))) {
-                std::vector<std::string> vecPieces;
-                StringHandler::split(szValue, vecPieces, ",");
-                for (const std::string& strPiece : vecPieces) {
-                    if (0 == std::strncmp(strPiece.c_str(), nVal, kSelectorCompareLen)) {
-                        pMatched = pAttr;
-                        break;
-                    }
-                }
-                if (pMatched == nullptr && 0 == std::strncmp(szValue, nVal, kSelectorCompareLen)) {
-                    pMatched = pAttr;
-                }
-            }
-            if (pMatched != nullptr) {
-                break;
-            }
-            SENSOR_TRACE(TRACE_DBG, "modi_attr->Name()(%s), modi_attr->Value()(%s) nVal(%s)\n", szName, szValue,
-                         nVal);
-        }
-        if (pMatched == nullptr) {
-            continue;
-        }
-        SENSOR_TRACE(TRACE_DBG, "modi_attr->Name()(%s), modi_attr->Value()(%s)\n", pMatched->Name(),
-                     pMatched->Value());
-
-        TiXmlElement* node_second = nullptr;
-        SENSOR_ASSERT_AT(189, nullptr != (node_second = node_first->FirstChildElement()),
-                         "NULL != (node_second = node_first->FirstChildElement())", "");
-        for (; node_second != nullptr; node_second = node_second->NextSiblingElement()) {
-            SENSOR_TRACE(TRACE_DBG, "modi_attr->Name()(%s), modi_attr->Value()(%s)\n", pMatched->Name(),
-                         pMatched->Value());
-            updateStyleTab(&doc_style, node_second->Value(), node_second->Attribute("tab_key"),
-                           node_second->FirstChildElement());
-            SENSOR_TRACE(TRACE_DBG, "modi_attr->Name()(%s), modi_attr->Value()(%s)\n", pMatched->Name(),
-                         pMatched->Value());
+        const TiXmlAttribute* pMatched = matchSelector(stSite, node_first, szDetail);
+        if (pMatched != nullptr) {
+            applySelectorEdits(stSite, doc_style, node_first, pMatched);
         }
     }
-
-    char filename[64];
-    std::snprintf(filename, sizeof(filename), SENSOR_MERGE_STYLE_FMT, p_nChannelID);
-    makeParentDir(filename);
-    saveXmlFile(doc_style, filename);
-
-    std::string strMerged;
-    getXmlString(doc_style, strMerged);
-    SENSOR_TRACE(TRACE_INFO, "%s\n", strMerged.c_str());
-
-    // The saved file becomes the style text.
-    if (ui_style != nullptr) {
-        INT64 file_len = getFileLen(filename);
-        if (file_len < 0) {
-            file_len = 0;
-        }
-        int nRead = -1;
-        char* pBuffer = static_cast<char*>(std::realloc(*ui_style, static_cast<size_t>(file_len) + 1));
-        if (pBuffer != nullptr) {
-            *ui_style = pBuffer;
-            std::memset(pBuffer, 0, static_cast<size_t>(file_len) + 1);
-            nRead = loadFromFile(filename, pBuffer, file_len);
-        }
-        SENSOR_ASSERT_AT(216, nRead > 0, "loadFromFile(filename, *ui_style, file_len) > 0", "");
-    }
+    saveMergedStyle(stSite, p_nChannelID, doc_style, ui_style);
     return 0;
 }

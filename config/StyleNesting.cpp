@@ -1,12 +1,31 @@
 // Measures the element nesting that TinyXML's parser reaches on a text.
 //
-// Each function below corresponds to one step of the parser (document loop,
-// node identification, element, attribute, text, comment, CDATA, declaration,
-// unknown tag) and moves through the text exactly as that step does. Where
-// the parser gives up, the probe stops too: nothing after that point is
-// parsed, so nothing after it can nest deeper.
+// The scan walks the text once, keeping a count of open elements, and stops
+// where the parser stops. A plain tag counter is not enough, because the
+// parser does not see every "<" as markup, and what it skips can open or
+// close elements for a counter. Each rule below is one such case; leaving
+// any of them out makes the count differ from the parser's on real inputs:
+//
+//   - comments "<!-- -->", CDATA "<![CDATA[ ]]>" and other "<!...>" or "<?...>"
+//     tags hide their content;
+//   - a quoted attribute value hides its content, and so does the quoted
+//     value of a version, encoding or standalone attribute of "<?xml ...>";
+//     other quotes in a declaration are plain characters;
+//   - in text and in quoted values the parser steps over whole UTF-8
+//     sequences as their lead byte announces them, and over numeric entities
+//     up to their ";": either can swallow a "<" or a closing quote;
+//   - text at the top level, a name, "=" or value the parser does not accept,
+//     a repeated attribute, a "/" not followed by ">", and an end tag that
+//     does not repeat the element's name all end the parse: nothing after
+//     them nests, though a counter would go on.
+//
+// What the parser would accept and nest deeper than the limit is refused
+// before it is parsed, and what it accepts within the limit is accepted: the
+// scan neither under- nor over-counts. The tests hold it to the parser's own
+// tree, including the partial tree the parser leaves when it gives up.
 #include "config/StyleNesting.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <string>
@@ -19,163 +38,116 @@ namespace style {
 
 namespace {
 
-class NestingProbe {
+bool isWhite(char c) { return std::isspace(static_cast<unsigned char>(c)) != 0; }
+
+// Bytes from 127 up count as letters, as the parser treats them.
+bool isNameStart(char c) {
+    const unsigned char u = static_cast<unsigned char>(c);
+    return u >= 127 || std::isalpha(u) != 0 || c == '_';
+}
+
+bool isNameChar(char c) {
+    const unsigned char u = static_cast<unsigned char>(c);
+    return u >= 127 || std::isalnum(u) != 0 || c == '_' || c == '-' || c == '.' || c == ':';
+}
+
+// Past a name at p; null when no name starts there.
+const char* skipName(const char* p) {
+    if (!isNameStart(*p)) {
+        return nullptr;
+    }
+    while (isNameChar(*p)) {
+        ++p;
+    }
+    return p;
+}
+
+bool startsWith(const char* p, const char* tag, bool noCase = false) {
+    for (; *tag != '\0'; ++p, ++tag) {
+        const bool same = noCase ? std::tolower(static_cast<unsigned char>(*p)) == *tag : *p == *tag;
+        if (*p == '\0' || !same) {
+            return false;
+        }
+    }
+    return true;
+}
+
+class NestingScan {
 public:
-    NestingProbe(const char* p_szText, int p_nLimit)
+    NestingScan(const char* p_szText, int p_nLimit)
         : m_pEnd(p_szText + std::strlen(p_szText)), m_nLimit(p_nLimit), m_nDeepest(0) {}
 
+    // The document: nodes separated by white space; anything else ends it.
     int run(const char* p) {
-        parseDocument(p);
+        p = skipWhite(p);
+        while (p != nullptr && *p == '<') {
+            p = node(p, 1);
+            p = p != nullptr ? skipWhite(p) : nullptr;
+        }
         return m_nDeepest;
     }
 
 private:
-    static bool isWhite(char c) {
-        return std::isspace(static_cast<unsigned char>(c)) != 0 || c == '\n' || c == '\r';
-    }
-    // Bytes from 127 up count as letters, as the parser treats them.
-    static bool isAlpha(char c) {
-        unsigned char u = static_cast<unsigned char>(c);
-        return u < 127 ? std::isalpha(u) != 0 : true;
-    }
-    static bool isAlphaNum(char c) {
-        unsigned char u = static_cast<unsigned char>(c);
-        return u < 127 ? std::isalnum(u) != 0 : true;
-    }
-    static bool startsWith(const char* p, const char* tag) {
-        while (*p != '\0' && *tag != '\0' && *p == *tag) {
-            ++p;
-            ++tag;
-        }
-        return *tag == '\0';
-    }
-    static char lowerAscii(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
-    static bool startsWithNoCase(const char* p, const char* tag) {
-        while (*p != '\0' && *tag != '\0' && lowerAscii(*p) == lowerAscii(*tag)) {
-            ++p;
-            ++tag;
-        }
-        return *tag == '\0';
-    }
-
-    // White space, including the three byte-order-mark sequences.
+    // White space and the three UTF-8 byte-order marks.
     static const char* skipWhite(const char* p) {
-        while (*p != '\0') {
+        for (;;) {
             const unsigned char* u = reinterpret_cast<const unsigned char*>(p);
             if (u[0] == 0xEFu && ((u[1] == 0xBBu && u[2] == 0xBFu) || (u[1] == 0xBFu && (u[2] == 0xBEu || u[2] == 0xBFu)))) {
                 p += 3;
-                continue;
-            }
-            if (!isWhite(*p)) {
-                break;
-            }
-            ++p;
-        }
-        return p;
-    }
-
-    // An entity at p ('&'): numeric entities run to the next ';' as long as
-    // the characters right before it are digits; named ones have fixed texts.
-    static const char* entity(const char* p) {
-        if (p[1] == '#' && p[2] != '\0') {
-            const char* q;
-            if (p[2] == 'x') {
-                if (p[3] == '\0') {
-                    return nullptr;
-                }
-                q = std::strchr(p + 3, ';');
-                if (q == nullptr) {
-                    return nullptr;
-                }
-                for (const char* r = q - 1; *r != 'x'; --r) {
-                    bool bHex = (*r >= '0' && *r <= '9') || (*r >= 'a' && *r <= 'f') || (*r >= 'A' && *r <= 'F');
-                    if (!bHex) {
-                        return nullptr;
-                    }
-                }
-            } else {
-                q = std::strchr(p + 2, ';');
-                if (q == nullptr) {
-                    return nullptr;
-                }
-                for (const char* r = q - 1; *r != '#'; --r) {
-                    if (!(*r >= '0' && *r <= '9')) {
-                        return nullptr;
-                    }
-                }
-            }
-            return q + 1;
-        }
-        static const char* const s_szNamed[] = {"&amp;", "&lt;", "&gt;", "&quot;", "&apos;"};
-        for (const char* szName : s_szNamed) {
-            size_t nLen = std::strlen(szName);
-            if (std::strncmp(szName, p, nLen) == 0) {
-                return p + nLen;
-            }
-        }
-        return p + 1;
-    }
-
-    // One character of text: an entity or a whole UTF-8 sequence as its lead
-    // byte announces it. A sequence cut short by the end of the text stops
-    // at the end, where the parser finds nothing more either.
-    const char* step(const char* p) const {
-        int nLen = TiXmlBase::utf8ByteTable[static_cast<unsigned char>(*p)];
-        if (nLen == 1) {
-            return *p == '&' ? entity(p) : p + 1;
-        }
-        if (nLen == 0) {
-            return nullptr;
-        }
-        const char* q = p;
-        for (int i = 0; i < nLen && q < m_pEnd; ++i) {
-            ++q;
-        }
-        return q;
-    }
-
-    // Text up to and past endTag; null when the text ends first or nothing
-    // follows the end tag.
-    const char* readText(const char* p, const char* endTag, bool trim) const {
-        if (trim) {
-            p = skipWhite(p);
-        }
-        while (*p != '\0' && !startsWith(p, endTag)) {
-            if (trim && isWhite(*p)) {
+            } else if (*p != '\0' && isWhite(*p)) {
                 ++p;
-                continue;
+            } else {
+                return p;
             }
-            p = step(p);
-            if (p == nullptr) {
+        }
+    }
+
+    // Past p_szEnd, searched byte by byte from p; null when the text ends first.
+    static const char* past(const char* p, const char* p_szEnd) {
+        const char* pFound = std::strstr(p, p_szEnd);
+        return pFound != nullptr ? pFound + std::strlen(p_szEnd) : nullptr;
+    }
+
+    // Past the character at p as the parser reads text: a numeric entity
+    // runs to the next ";" when only digits (hex digits after "&#x") stand
+    // before it, a UTF-8 lead byte takes its sequence. Null where the parser
+    // gives up (a numeric entity it cannot read).
+    const char* step(const char* p) const {
+        if (p[0] == '&' && p[1] == '#' && p[2] != '\0') {
+            const bool bHex = p[2] == 'x';
+            if (bHex && p[3] == '\0') {
                 return nullptr;
             }
+            const char* pSemi = std::strchr(p + (bHex ? 3 : 2), ';');
+            if (pSemi == nullptr) {
+                return nullptr;
+            }
+            for (const char* r = pSemi - 1; *r != (bHex ? 'x' : '#'); --r) {
+                if (!(bHex ? std::isxdigit(static_cast<unsigned char>(*r)) : std::isdigit(static_cast<unsigned char>(*r)))) {
+                    return nullptr;
+                }
+            }
+            return pSemi + 1;
         }
-        if (*p == '\0') {
-            return nullptr;
-        }
-        p += std::strlen(endTag);
-        return *p != '\0' ? p : nullptr;
+        const int nLen = TiXmlBase::utf8ByteTable[static_cast<unsigned char>(*p)];
+        return nLen > 0 ? std::min(p + nLen, m_pEnd) : nullptr;
     }
 
-    static const char* readName(const char* p) {
-        if (*p == '\0' || !(isAlpha(*p) || *p == '_')) {
-            return nullptr;
+    // Text up to and past p_cEnd, read as the parser reads it; null when the
+    // text ends first or nothing follows p_cEnd.
+    const char* readText(const char* p, char p_cEnd) const {
+        while (p != nullptr && *p != '\0' && *p != p_cEnd) {
+            p = step(p);
         }
-        while (*p != '\0' && (isAlphaNum(*p) || *p == '_' || *p == '-' || *p == '.' || *p == ':')) {
-            ++p;
-        }
-        return p;
+        return (p != nullptr && *p != '\0' && p[1] != '\0') ? p + 1 : nullptr;
     }
 
-    // An attribute; *p_pName gets its name.
-    const char* parseAttribute(const char* p, std::string* p_pName = nullptr) const {
-        p = skipWhite(p);
-        if (*p == '\0') {
-            return nullptr;
-        }
+    // An attribute "name = value"; its name goes to p_pName. Null where the
+    // parser rejects it.
+    const char* attribute(const char* p, std::string* p_pName) const {
         const char* pName = p;
-        p = readName(p);
-        if (p == nullptr || *p == '\0') {
+        p = skipName(p);
+        if (p == nullptr) {
             return nullptr;
         }
         if (p_pName != nullptr) {
@@ -186,68 +158,28 @@ private:
             return nullptr;
         }
         p = skipWhite(p + 1);
-        if (*p == '\0') {
-            return nullptr;
+        if (*p == '"' || *p == '\'') {
+            return readText(p + 1, *p);
         }
-        if (*p == '\'') {
-            return readText(p + 1, "'", false);
-        }
-        if (*p == '"') {
-            return readText(p + 1, "\"", false);
-        }
-        while (*p != '\0' && !isWhite(*p) && *p != '/' && *p != '>') {
-            if (*p == '\'' || *p == '"') {
+        for (; *p != '\0' && !isWhite(*p) && *p != '/' && *p != '>'; ++p) {
+            if (*p == '"' || *p == '\'') {
                 return nullptr;
             }
-            ++p;
         }
         return p;
     }
 
-    static const char* parseComment(const char* p) {
-        p += 4;
-        while (*p != '\0' && !startsWith(p, "-->")) {
-            ++p;
-        }
-        return *p != '\0' ? p + 3 : p;
-    }
-
-    static const char* parseCData(const char* p) {
-        p += 9;
-        while (*p != '\0' && !startsWith(p, "]]>")) {
-            ++p;
-        }
-        if (*p == '\0') {
-            return nullptr;
-        }
-        p += 3;
-        return *p != '\0' ? p : nullptr;
-    }
-
-    static const char* parseUnknown(const char* p) {
-        ++p;
-        while (*p != '\0' && *p != '>') {
-            ++p;
-        }
-        return *p == '>' ? p + 1 : p;
-    }
-
-    const char* parseDeclaration(const char* p) const {
-        p += 5;
-        while (*p != '\0') {
+    // The rest of "<?xml": only its version, encoding and standalone
+    // attributes are read as attributes, anything else runs to white space.
+    const char* declaration(const char* p) const {
+        while (p != nullptr && *p != '\0') {
             if (*p == '>') {
                 return p + 1;
             }
             p = skipWhite(p);
-            if (*p == '\0') {
-                break;
-            }
-            if (startsWithNoCase(p, "version") || startsWithNoCase(p, "encoding") ||
-                startsWithNoCase(p, "standalone")) {
-                p = parseAttribute(p);
-                if (p == nullptr) {
-                    return nullptr;
-                }
+            if (startsWith(p, "version", true) || startsWith(p, "encoding", true) ||
+                startsWith(p, "standalone", true)) {
+                p = attribute(p, nullptr);
             } else {
                 while (*p != '\0' && *p != '>' && !isWhite(*p)) {
                     ++p;
@@ -257,104 +189,77 @@ private:
         return nullptr;
     }
 
-    // The node at p ('<'), which would sit at nesting p_nDepth if an element.
-    const char* parseNode(const char* p, int p_nDepth) {
-        if (startsWithNoCase(p, "<?xml")) {
-            return parseDeclaration(p);
+    // The node at p ('<'), at nesting p_nDepth if it is an element.
+    const char* node(const char* p, int p_nDepth) {
+        if (startsWith(p, "<?xml", true)) {
+            return declaration(p + 5);
         }
         if (startsWith(p, "<!--")) {
-            return parseComment(p);
+            return past(p + 4, "-->");
         }
         if (startsWith(p, "<![CDATA[")) {
-            return parseCData(p);
+            return past(p + 9, "]]>");
         }
-        if (startsWith(p, "<!")) {
-            return parseUnknown(p);
+        if (isNameStart(p[1])) {
+            return element(p, p_nDepth);
         }
-        if (isAlpha(p[1]) || p[1] == '_') {
-            return parseElement(p, p_nDepth);
-        }
-        return parseUnknown(p);
+        return past(p + 1, ">");
     }
 
-    const char* parseElement(const char* p, int p_nDepth) {
-        if (p_nDepth > m_nDeepest) {
-            m_nDeepest = p_nDepth;
-        }
+    // An element: its name, its attributes, then "/>" or its content and the
+    // end tag that repeats the name.
+    const char* element(const char* p, int p_nDepth) {
+        m_nDeepest = std::max(m_nDeepest, p_nDepth);
         if (p_nDepth > m_nLimit) {
             return nullptr; // deep enough to refuse; stop measuring
         }
         p = skipWhite(p + 1);
         const char* pName = p;
-        p = readName(p);
-        if (p == nullptr || *p == '\0') {
+        p = skipName(p);
+        if (p == nullptr) {
             return nullptr;
         }
-        size_t nNameLen = static_cast<size_t>(p - pName);
-        std::unordered_set<std::string> setAttributes; // a repeated name is an error
-        std::string strAttribute;
-        while (*p != '\0') {
+        const size_t nNameLen = static_cast<size_t>(p - pName);
+        std::unordered_set<std::string> setNames; // a repeated attribute ends the parse
+        std::string strName;
+        for (;;) {
             p = skipWhite(p);
             if (*p == '\0') {
                 return nullptr;
             }
             if (*p == '/') {
-                ++p;
-                return *p == '>' ? p + 1 : nullptr;
+                return p[1] == '>' ? p + 2 : nullptr;
             }
             if (*p == '>') {
-                p = readValue(p + 1, p_nDepth);
-                if (p == nullptr || *p == '\0') {
-                    return nullptr;
-                }
-                // The end tag must repeat the element's name.
-                if (std::strncmp(p + 2, pName, nNameLen) != 0) {
+                p = content(p + 1, p_nDepth);
+                if (p == nullptr || std::strncmp(p + 2, pName, nNameLen) != 0) {
                     return nullptr;
                 }
                 p = skipWhite(p + 2 + nNameLen);
                 return *p == '>' ? p + 1 : nullptr;
             }
-            p = parseAttribute(p, &strAttribute);
-            if (p == nullptr || *p == '\0' || !setAttributes.insert(strAttribute).second) {
+            p = attribute(p, &strName);
+            if (p == nullptr || *p == '\0' || !setNames.insert(strName).second) {
                 return nullptr;
             }
         }
-        return p;
     }
 
-    // Content of the element at p_nDepth up to its end tag ("</").
-    const char* readValue(const char* p, int p_nDepth) {
+    // The content of an element at p_nDepth, up to its end tag ("</").
+    const char* content(const char* p, int p_nDepth) {
         p = skipWhite(p);
-        while (*p != '\0') {
+        while (p != nullptr && *p != '\0') {
             if (*p != '<') {
-                p = readText(p, "<", true);
-                if (p == nullptr) {
-                    return nullptr;
-                }
-                --p; // the '<' belongs to what follows
+                p = readText(p, '<');
+                p = p != nullptr ? p - 1 : nullptr; // the '<' belongs to what follows
+            } else if (p[1] == '/') {
+                return p;
             } else {
-                if (startsWith(p, "</")) {
-                    return p;
-                }
-                p = parseNode(p, p_nDepth + 1);
-                if (p == nullptr) {
-                    return nullptr;
-                }
+                p = node(p, p_nDepth + 1);
             }
-            p = skipWhite(p);
+            p = p != nullptr ? skipWhite(p) : nullptr;
         }
         return nullptr;
-    }
-
-    void parseDocument(const char* p) {
-        p = skipWhite(p);
-        while (*p == '<') {
-            p = parseNode(p, 1);
-            if (p == nullptr) {
-                return;
-            }
-            p = skipWhite(p);
-        }
     }
 
     const char* m_pEnd;
@@ -365,11 +270,7 @@ private:
 } // namespace
 
 int parserNestingDepth(const char* text, int limit) {
-    if (text == nullptr) {
-        return 0;
-    }
-    NestingProbe probe(text, limit);
-    return probe.run(text);
+    return text != nullptr ? NestingScan(text, limit).run(text) : 0;
 }
 
 } // namespace style

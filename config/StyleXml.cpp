@@ -43,6 +43,29 @@ int walkById(TiXmlElement* p_pElement, int p_nCmdId, Visitor& p_visit) {
     return 0;
 }
 
+// The value of a detail field: from the first "=" after the first occurrence
+// of the name up to the first ")" after that "=". False when there is none.
+bool findDetailField(const char* p_szDetail, const char* p_szName, const char*& p_pValue, size_t& p_nLen) {
+    if (p_szDetail == nullptr || p_szName == nullptr) {
+        return false;
+    }
+    const char* pName = std::strstr(p_szDetail, p_szName);
+    if (pName == nullptr) {
+        return false;
+    }
+    const char* pEqual = std::strchr(pName + std::strlen(p_szName), '=');
+    if (pEqual == nullptr) {
+        return false;
+    }
+    const char* pClose = std::strchr(pEqual + 1, ')');
+    if (pClose == nullptr) {
+        return false;
+    }
+    p_pValue = pEqual + 1;
+    p_nLen = static_cast<size_t>(pClose - p_pValue);
+    return true;
+}
+
 } // namespace
 
 bool LoadMem(TiXmlDocument& doc, const char* text, TiXmlEncoding encoding) {
@@ -106,32 +129,28 @@ bool saveXmlFile(const TiXmlDocument& doc, const char* path) {
     return bRet;
 }
 
+int getDetailFieldToStr(const char* detail, const char* name, char* value) {
+    const char* pValue = nullptr;
+    size_t nLen = 0;
+    if (value == nullptr || !findDetailField(detail, name, pValue, nLen)) {
+        return -1;
+    }
+    std::memcpy(value, pValue, nLen);
+    return 0;
+}
+
 int getDetailFieldToStr(const char* detail, const char* name, char* value, size_t outSize) {
-    if (detail == nullptr || name == nullptr || value == nullptr) {
+    const char* pValue = nullptr;
+    size_t nLen = 0;
+    if (value == nullptr || !findDetailField(detail, name, pValue, nLen)) {
         return -1;
     }
-    const char* pName = std::strstr(detail, name);
-    if (pName == nullptr) {
-        return -1;
-    }
-    const char* pEqual = std::strchr(pName + std::strlen(name), '=');
-    if (pEqual == nullptr) {
-        return -1;
-    }
-    const char* pClose = std::strchr(pEqual + 1, ')');
-    if (pClose == nullptr) {
-        return -1;
-    }
-    // The caller's buffer holds outSize bytes and was zeroed: copy what
-    // fits and leave at least one zero behind.
-    size_t nLen = static_cast<size_t>(pClose - (pEqual + 1));
+    // The buffer holds outSize bytes and was zeroed: copy what fits and
+    // leave at least one zero behind.
     if (outSize == 0) {
         return 0;
     }
-    if (nLen > outSize - 1) {
-        nLen = outSize - 1;
-    }
-    std::memcpy(value, pEqual + 1, nLen);
+    std::memcpy(value, pValue, nLen < outSize - 1 ? nLen : outSize - 1);
     return 0;
 }
 

@@ -28,9 +28,12 @@ int updateStyleTab(TiXmlDocument* doc_style, const char* op, const char* tab_key
 
 // Detail fields: "name=value)". The value is read through a 10-byte buffer.
 int getDetailFieldTou32(const char* detail, const char* name, u32* value);
-// Copies at most outSize - 1 characters of the value, without a terminator
-// (the caller zeroes the buffer first).
-int getDetailFieldToStr(const char* detail, const char* name, char* value, size_t outSize = 10);
+// Copies the whole value, without a terminator, into the caller's buffer,
+// which must hold it (the caller zeroes the buffer first).
+int getDetailFieldToStr(const char* detail, const char* name, char* value);
+// Same, copying at most outSize - 1 characters, so that a zeroed buffer of
+// outSize bytes stays terminated (the library's own 10-byte readers).
+int getDetailFieldToStr(const char* detail, const char* name, char* value, size_t outSize);
 
 int getNodebyCmdId(TiXmlElement* start, int cmdId, TiXmlElement*& found);
 int getDnaValbyCmdId(TiXmlElement* start, int cmdId, int& value);

@@ -8,6 +8,8 @@
 #include "config/DnaStyle.h"
 #include "config/sensor.h"
 #include "controller/ISensorController.h"
+#include "controller/ParamLock.h"
+#include "controller/ModuleCall.h"
 #include "controller/SensorDebug.h"
 #include "platform/DeviceType.h"
 #include "platform/QuorvelTime.h"
@@ -44,6 +46,7 @@ std::string textOf(const char* p_szText) {
 std::string ISensorController::getUIStyleFile() {
     const VideoStreamModule* pModule = m_pVideoStreamModule.load();
     if (pModule != nullptr) {
+        tarnix::ModuleCall objModuleCall(this);
         for (int i = 0; i < kBusyQueries; ++i) {
             if (pModule->isBusy() == 0) {
                 break;
@@ -55,16 +58,17 @@ std::string ISensorController::getUIStyleFile() {
     // A fisheye shows the rotation item only while the module reports no rotation.
     if (m_objMachineInfo.getDeviceType() == DeviceType::FISHEYE && pModule != nullptr) {
         int nRotate = kFisheyeRotateUnset;
+        tarnix::ModuleCall objModuleCall(this);
         pModule->getFisheyeRotate(m_nCameraID, &nRotate);
         setshowFisheyeRotateFlag(nRotate == 0);
     }
 
     std::string strTmp;
     {
-        SENSOR_PARAM_LOCK();
-        SENSOR_ASSERT_AT(620,
-                         SNS_SUCCESS == getDnaStyle(m_nCameraID, m_stSysConf.szUIStyle, strTmp, m_bShowWDRFalg,
-                                                    m_bShowLDCFlag),
+        tarnix::ParamLock objLock(*this, __LINE__);
+        const int nRet =
+            getDnaStyle(m_nCameraID, m_stSysConf.szUIStyle, strTmp, m_bShowWDRFalg, m_bShowLDCFlag);
+        SENSOR_ASSERT_AT(620, SNS_SUCCESS == nRet,
                          "SNS_SUCCESS == getDnaStyle(m_nCameraID,m_stSysConf.szUIStyle, "
                          "strTmp,m_bShowWDRFalg,m_bShowLDCFlag)",
                          "");
@@ -73,13 +77,13 @@ std::string ISensorController::getUIStyleFile() {
 }
 
 std::string ISensorController::getUICommonFile(int id) {
-    SENSOR_PARAM_LOCK();
+    tarnix::ParamLock objLock(*this, __LINE__);
     const UIFileRecord* pRecord = findUIFile(m_stSysConf, id);
     return pRecord != nullptr ? textOf(pRecord->szCommonFile) : std::string();
 }
 
 std::string ISensorController::getUILanguageFile(int id) {
-    SENSOR_PARAM_LOCK();
+    tarnix::ParamLock objLock(*this, __LINE__);
     const UIFileRecord* pRecord = findUIFile(m_stSysConf, id);
     return pRecord != nullptr ? textOf(pRecord->szLanguageFile) : std::string();
 }

@@ -95,21 +95,79 @@ std::string styleFileName(const char* p_szDir, const char* p_szBase, int p_nChan
     return strName + (usesBoxStyle(p_nType) ? ".xml" : "_dome.xml");
 }
 
-// Reads a whole file into a new zero-terminated heap buffer; *p_pnRead gets
-// loadFromFile's result. The buffer is never null unless memory runs out.
+// Reads a whole file into a new zero-terminated heap buffer. The file's
+// length is asked for twice, once to size the buffer and once for the read,
+// so a missing file is reported by each; the read never takes more than the
+// buffer holds. *p_pnRead gets loadFromFile's result. The buffer is never
+// null unless memory runs out.
 char* readWholeFile(const std::string& p_strName, int* p_pnRead) {
-    INT64 nLen = getFileLen(p_strName.c_str());
-    if (nLen < 0) {
-        nLen = 0;
+    INT64 nSize = getFileLen(p_strName.c_str());
+    if (nSize < 0) {
+        nSize = 0;
     }
-    char* pBuffer = static_cast<char*>(std::calloc(static_cast<size_t>(nLen) + 1, 1));
-    *p_pnRead = pBuffer != nullptr ? loadFromFile(p_strName.c_str(), pBuffer, nLen) : -1;
+    char* pBuffer = static_cast<char*>(std::calloc(static_cast<size_t>(nSize) + 1, 1));
+    if (pBuffer == nullptr) {
+        *p_pnRead = -1;
+        return nullptr;
+    }
+    INT64 nLen = getFileLen(p_strName.c_str());
+    if (nLen > nSize) {
+        nLen = nSize;
+    }
+    *p_pnRead = loadFromFile(p_strName.c_str(), pBuffer, nLen < 0 ? 0 : nLen);
     return pBuffer;
 }
 
 // Copies a module text into a fixed field, cut to fit.
 void copyField(char* p_szField, size_t p_nSize, const std::string& p_strText) {
     std::snprintf(p_szField, p_nSize, "%s", p_strText.c_str());
+}
+
+
+// The module's identity and texts, and the scheme count its detail names.
+void readModuleConfig(const ModuleConfigure& p_objModuleConfigure, SysConfig* p_stSysConf) {
+    copyField(p_stSysConf->moduleConfig.szLabel1, sizeof(p_stSysConf->moduleConfig.szLabel1), "xxx");
+    copyField(p_stSysConf->moduleConfig.szLabel2, sizeof(p_stSysConf->moduleConfig.szLabel2), "xxx");
+    p_stSysConf->moduleConfig.nModuleId = static_cast<u32>(p_objModuleConfigure.getModuleId());
+    copyField(p_stSysConf->moduleConfig.szDetail, sizeof(p_stSysConf->moduleConfig.szDetail),
+              p_objModuleConfigure.getDetail());
+    copyField(p_stSysConf->moduleConfig.szParameters, sizeof(p_stSysConf->moduleConfig.szParameters),
+              p_objModuleConfigure.getParameters());
+    if (0 != getDetailFieldTou32(p_stSysConf->moduleConfig.szDetail, "max_scheme", &p_stSysConf->nSchemeSum)) {
+        p_stSysConf->nSchemeSum = kDefaultSchemeSum;
+    }
+}
+
+// The device type from the machine description, checked against the known
+// types (reports name initSysConf).
+void readDeviceType(const tarnix::diag::Site& p_stSite, SysConfig* p_stSysConf) {
+    MachineInfo machineInfo;
+    const bool bParsed = SystemInfoParser::parseMachineInfo(SENSOR_MACHINEINFO_FILE, machineInfo);
+    SENSOR_ASSERT_FOR(p_stSite, 39, bParsed,
+                      "SystemInfoParser::parseMachineInfo(\"/mnt/mtd/code/factory_setting/machineinfo.ini\", "
+                      "machineInfo)",
+                      "");
+    p_stSysConf->nDeviceType = machineInfo.getDeviceType();
+    SENSOR_ASSERT_FOR(p_stSite, 41, isKnownDeviceType(p_stSysConf->nDeviceType),
+                      "DeviceType::IPCAMERA == p_stSysConf->nDeviceType || "
+                      "DeviceType::FACE_DETECT == p_stSysConf->nDeviceType || "
+                      "DeviceType::VEHICLE_DETECT == p_stSysConf->nDeviceType || "
+                      "DeviceType::AIMULTI_OBJECT_DETECT == p_stSysConf->nDeviceType || "
+                      "DeviceType::IPDOME == p_stSysConf->nDeviceType || "
+                      "DeviceType::LPR == p_stSysConf->nDeviceType || "
+                      "DeviceType::IPP == p_stSysConf->nDeviceType || "
+                      "DeviceType::HUMAN_TEMPERATURE == p_stSysConf->nDeviceType || "
+                      "DeviceType::THERMAL_DEVICE == p_stSysConf->nDeviceType || "
+                      "DeviceType::THERMAL_DOUBLE_SENSOR_DEVICE == p_stSysConf->nDeviceType || "
+                      "DeviceType::FISHEYE == p_stSysConf->nDeviceType || "
+                      "DeviceType::DOMECORE == p_stSysConf->nDeviceType || "
+                      "DeviceType::THERMAL_DOUBLE_SENSOR_DOME_DEVICE == p_stSysConf->nDeviceType || "
+                      "DeviceType::BINOCULAR_DEVICE == p_stSysConf->nDeviceType || "
+                      "DeviceType::THERMAL_IPDOME == p_stSysConf->nDeviceType || "
+                      "DeviceType::DOMECORE_THERMAL_DEVICE == p_stSysConf->nDeviceType",
+                      // The message names the original five types only; it stays as it is.
+                      "machineinfo, devicetype(%d) error, must be 1 or 4 or 8 or 9 or 13\n",
+                      p_stSysConf->nDeviceType);
 }
 
 } // namespace
@@ -119,46 +177,8 @@ int initSysConf(int p_nChannelID, const ModuleConfigure& p_objModuleConfigure, S
         return SNS_SUCCESS;
     }
     std::memset(p_stSysConf, 0, sizeof(SysConfig));
-    copyField(p_stSysConf->moduleConfig.szLabel1, sizeof(p_stSysConf->moduleConfig.szLabel1), "xxx");
-    copyField(p_stSysConf->moduleConfig.szLabel2, sizeof(p_stSysConf->moduleConfig.szLabel2), "xxx");
-
-    p_stSysConf->moduleConfig.nModuleId = static_cast<u32>(p_objModuleConfigure.getModuleId());
-    copyField(p_stSysConf->moduleConfig.szDetail, sizeof(p_stSysConf->moduleConfig.szDetail),
-              p_objModuleConfigure.getDetail());
-    copyField(p_stSysConf->moduleConfig.szParameters, sizeof(p_stSysConf->moduleConfig.szParameters),
-              p_objModuleConfigure.getParameters());
-
-    if (0 != getDetailFieldTou32(p_stSysConf->moduleConfig.szDetail, "max_scheme", &p_stSysConf->nSchemeSum)) {
-        p_stSysConf->nSchemeSum = kDefaultSchemeSum;
-    }
-
-    MachineInfo machineInfo;
-    SENSOR_ASSERT_AT(39, SystemInfoParser::parseMachineInfo(SENSOR_MACHINEINFO_FILE, machineInfo),
-                     "SystemInfoParser::parseMachineInfo(\"/mnt/mtd/code/factory_setting/machineinfo.ini\", "
-                     "machineInfo)",
-                     "");
-
-    p_stSysConf->nDeviceType = machineInfo.getDeviceType();
-    SENSOR_ASSERT_AT(41, isKnownDeviceType(p_stSysConf->nDeviceType),
-                     "DeviceType::IPCAMERA == p_stSysConf->nDeviceType || "
-                     "DeviceType::FACE_DETECT == p_stSysConf->nDeviceType || "
-                     "DeviceType::VEHICLE_DETECT == p_stSysConf->nDeviceType || "
-                     "DeviceType::AIMULTI_OBJECT_DETECT == p_stSysConf->nDeviceType || "
-                     "DeviceType::IPDOME == p_stSysConf->nDeviceType || "
-                     "DeviceType::LPR == p_stSysConf->nDeviceType || "
-                     "DeviceType::IPP == p_stSysConf->nDeviceType || "
-                     "DeviceType::HUMAN_TEMPERATURE == p_stSysConf->nDeviceType || "
-                     "DeviceType::THERMAL_DEVICE == p_stSysConf->nDeviceType || "
-                     "DeviceType::THERMAL_DOUBLE_SENSOR_DEVICE == p_stSysConf->nDeviceType || "
-                     "DeviceType::FISHEYE == p_stSysConf->nDeviceType || "
-                     "DeviceType::DOMECORE == p_stSysConf->nDeviceType || "
-                     "DeviceType::THERMAL_DOUBLE_SENSOR_DOME_DEVICE == p_stSysConf->nDeviceType || "
-                     "DeviceType::BINOCULAR_DEVICE == p_stSysConf->nDeviceType || "
-                     "DeviceType::THERMAL_IPDOME == p_stSysConf->nDeviceType || "
-                     "DeviceType::DOMECORE_THERMAL_DEVICE == p_stSysConf->nDeviceType",
-                     // The message names the original five types only; it stays as it is.
-                     "machineinfo, devicetype(%d) error, must be 1 or 4 or 8 or 9 or 13\n",
-                     p_stSysConf->nDeviceType);
+    readModuleConfig(p_objModuleConfigure, p_stSysConf);
+    readDeviceType(SENSOR_SITE(), p_stSysConf);
 
     const int nType = p_stSysConf->nDeviceType;
     const std::string strStyleFileName = styleFileName(SENSOR_STYLE_DIR, "Style", p_nChannelID, nType);
@@ -177,9 +197,9 @@ int initSysConf(int p_nChannelID, const ModuleConfigure& p_objModuleConfigure, S
                      "getFileLen(strStyleDivFileName.c_str())) > 0",
                      "");
 
-    SENSOR_ASSERT_AT(119,
-                     SNS_SUCCESS == mergeStyle(p_nChannelID, &p_stSysConf->moduleConfig, &p_stSysConf->szUIStyle,
-                                               ui_styleDiversity),
+    const int nMerged = mergeStyle(p_nChannelID, &p_stSysConf->moduleConfig, &p_stSysConf->szUIStyle,
+                                   ui_styleDiversity);
+    SENSOR_ASSERT_AT(119, SNS_SUCCESS == nMerged,
                      "SNS_SUCCESS == mergeStyle(p_nChannelID,&p_stSysConf->moduleConfig, &p_stSysConf->szUIStyle, "
                      "ui_styleDiversity)",
                      "");

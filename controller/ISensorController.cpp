@@ -6,6 +6,9 @@
 #include <cstdio>
 #include <cstring>
 
+#include "controller/ApplyGate.h"
+#include "controller/ModuleCall.h"
+#include "controller/SensorDebug.h"
 #include "platform/SystemInfoParser.h"
 
 std::atomic<int> ISensorController::m_nChanneldDosomething(-1);
@@ -13,6 +16,7 @@ std::atomic<int> ISensorController::m_nPassKeycmd(-1);
 
 ISensorController::ISensorController()
     : m_nCameraID(1),
+      m_paramMutexOwner(std::thread::id()),
       m_pSensorThread(nullptr),
       m_nLastScheme(-1),
       m_nCurScheme(0),
@@ -23,6 +27,7 @@ ISensorController::ISensorController()
       m_nKeyValSum(0),
       m_pstKeyValTmp(nullptr),
       m_nKeyValTmpCap(0),
+      m_nKeyValTmpUsers(0),
       m_pKeyCmdMap(nullptr),
       m_nVersion(8),
       m_pVideoStreamModule(nullptr),
@@ -40,8 +45,14 @@ ISensorController::ISensorController()
       m_bShowLDCFlag(true),
       m_nLastSchedule(0),
       m_pstKeyValLpr(nullptr),
+      m_nKeyValLprUsers(0),
       m_pKeyValBlock(nullptr),
-      m_nModuleId(0) {
+      m_nModuleId(0),
+      m_nSchemeSumSeen(0),
+      m_bStopRequested(false),
+      m_busyOwner(std::thread::id()),
+      m_bSchemeRequested(false),
+      m_nRequestedScheme(0) {
     std::memset(&m_stSysConf, 0, sizeof(m_stSysConf));
     m_pSensorThread = new GThread(bind_function(&ISensorController::sensorThread, this), "SensorThread",
                                   function<int>(&GThread::emptyFun), function<int>(&GThread::emptyFun));
@@ -58,6 +69,8 @@ ISensorController::~ISensorController() {
         uinit();
     }
     if (m_pSensorThread != nullptr) {
+        // A pass waiting for the apply gate gives up at once.
+        m_bStopRequested = true;
         m_pSensorThread->stop();
         delete m_pSensorThread;
         m_pSensorThread = nullptr;
@@ -77,14 +90,18 @@ void ISensorController::setChannelID(int id) {
     }
 }
 
-int ISensorController::getSensorType() { return static_cast<int>(m_stSysConf.moduleConfig.nModuleId); }
+int ISensorController::getSensorType() {
+    // The configuration is rebuilt by init (also a factory reset on another thread).
+    tarnix::GateLock objGate;
+    return static_cast<int>(m_stSysConf.moduleConfig.nModuleId);
+}
 
 int ISensorController::getSensorStatus() { return testFlag(FLAG_INITED) ? 1 : 0; }
 
 void ISensorController::printDebugMsg() {}
 
 int ISensorController::paramCheck() {
-    std::lock_guard<std::recursive_mutex> gate(m_applyGate);
+    tarnix::GateLock objGate;
     // The window sits at entries 1 to 4 of every scheme row.
     const KeyVal* pScheme = schemeRow(static_cast<u32>(m_nCurScheme.load()));
     if (pScheme == nullptr || m_nKeyValSum < 5) {
@@ -127,3 +144,27 @@ void ISensorController::reserveKeyValTmp(u32 n) {
     m_pstKeyValTmp = pNew;
     m_nKeyValTmpCap = n;
 }
+
+void ISensorController::raiseBusy(u8 bits) {
+    m_busyOwner = std::this_thread::get_id();
+    setFlag(bits, true);
+}
+
+void ISensorController::clearBusy(u8 bits) {
+    setFlag(bits, false);
+    if (isBusy()) {
+        return;
+    }
+    m_busyOwner = std::thread::id();
+    // The outermost busy operation has ended: a scheme that a module asked
+    // for from inside it is switched to now, as setParamScheme would have.
+    if (m_bSchemeRequested.exchange(false)) {
+        switch_to(m_nRequestedScheme.load(), false);
+    }
+}
+
+bool ISensorController::busyRaisedHere() const {
+    return isBusy() && m_busyOwner.load() == std::this_thread::get_id();
+}
+
+bool ISensorController::insideOwnModuleCall() const { return tarnix::ModuleCall::insideCallOf(this); }

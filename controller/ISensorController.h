@@ -7,6 +7,7 @@
 #include <atomic>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "config/DnaStyle.h"
@@ -15,7 +16,7 @@
 #include "config/StyleXml.h"
 #include "config/sensor.h"
 #include "controller/PXRuntimeError.h"
-#include "controller/SensorDebug.h"
+#include "controller/DebugSwitches.h"
 #include "controller/SensorTypes.h"
 #include "controller/function.h"
 #include "engine/KeyValText.h"
@@ -29,6 +30,12 @@
 #include "storage/SensorFile.h"
 
 class ISensorControllerTestPeer;
+namespace tarnix {
+class ParamLock;
+namespace diag {
+struct Site;
+}
+}
 
 class ISensorController {
 public:
@@ -223,6 +230,7 @@ public:
 
 private:
     friend class ISensorControllerTestPeer;
+    friend class tarnix::ParamLock;
 
     // Status flag helpers (the flags byte is shared with the sensor thread).
     bool testFlag(u8 bits) const { return (m_nStatusFlags.load() & bits) != 0; }
@@ -234,6 +242,20 @@ private:
         }
     }
     bool isBusy() const { return testFlag(BUSY_MASK); }
+    // Busy flags are raised and cleared only by the thread that owns the
+    // apply gate; raiseBusy records that thread. clearBusy is the one place
+    // where they are cleared: when the last one goes, a scheme request that
+    // a module callback made during the busy operation is carried out.
+    void raiseBusy(u8 bits);
+    void clearBusy(u8 bits);
+    // True when a busy flag is raised by the calling thread: the caller is
+    // nested inside that busy operation (a module callback).
+    bool busyRaisedHere() const;
+    // True when the calling thread is inside a video module call of this
+    // controller; init, uinit and resetParameters then refuse to run.
+    bool insideOwnModuleCall() const;
+    // The pending cross-channel action of this channel, run without a lock.
+    void runPendingAction();
 
     // Row of scheme p_nScheme (the factory row is nSchemeSum), or null when the
     // cache is not allocated or the index lies beyond the factory row.
@@ -248,14 +270,34 @@ private:
     std::string schemeFileName(u32 p_nScheme) const;
     // Makes sure m_pstKeyValTmp holds at least n records.
     void reserveKeyValTmp(u32 n);
-    // The pass body of the sensor thread, run with the apply gate held.
+    // The pass body of the sensor thread after the pending action, run with
+    // the apply gate held.
     void sensorPass();
     // The pass's non-forced switch to nScheme, skipped when it is current or busy.
     void switchIfNeeded(int nScheme);
 
+    // ---- steps of the apply loop setParameters(KeyVal*, u32, bool) and of
+    // the scheme cache (engine/ParamCache.cpp); reports name the caller ----
+    void applySchemeMode(u32 p_nValue, u32 p_nCurScheme);
+    bool applyOutsideTable(KeyVal& p_stRecord, u32 p_nCurScheme);
+    bool copyDayNightKey(const KeyVal& p_stRecord, u32 p_nCurScheme);
+    bool exceedsIrPowerCap(const tarnix::diag::Site& p_stSite, const KeyVal& p_stRecord, u32 p_nCurScheme);
+    bool selectLiveLightKey(const KeyVal& p_stRecord, u32 p_nCurScheme, u32& p_nCmdKey);
+    keycmd keyCmdRowFor(const tarnix::diag::Site& p_stSite, u32 p_nIndex, u32 p_nCmdKey);
+    int callKeyHandler(const tarnix::diag::Site& p_stSite, const keycmd& p_stRow, KeyVal& p_stRecord);
+    void cacheRecord(const tarnix::diag::Site& p_stSite, u32 p_nIndex, const KeyVal& p_stRecord, u32 p_nCurScheme);
+    // Allocates the scheme cache for nSchemeSum user schemes and the factory
+    // row, lowering nSchemeSum (with a report) when the rows cannot be held.
+    void allocateSchemeCache();
+
     SysConfig m_stSysConf;
     int m_nCameraID;
+    // Taken by the outermost public parameter operation of a thread, always
+    // after the apply gate (tarnix::ParamLock); operations nested inside it
+    // (module callbacks) are covered by the gate. The holder is kept so the
+    // non-recursive lock is never taken twice on one thread.
     PXMutex m_paramMutex;
+    std::atomic<std::thread::id> m_paramMutexOwner;
     GThread* m_pSensorThread;
     std::atomic<int> m_nLastScheme;
     std::atomic<int> m_nCurScheme;
@@ -265,7 +307,8 @@ private:
     KeyVal* m_pFctKeyVal;
     u32 m_nKeyValSum;
     KeyVal* m_pstKeyValTmp;
-    u32 m_nKeyValTmpCap; // records m_pstKeyValTmp can hold
+    u32 m_nKeyValTmpCap;   // records m_pstKeyValTmp can hold
+    u32 m_nKeyValTmpUsers; // operations using m_pstKeyValTmp (under the gate)
     keycmd* m_pKeyCmdMap;
     u32 m_nVersion;
     std::atomic<const VideoStreamModule*> m_pVideoStreamModule;
@@ -273,19 +316,20 @@ private:
     std::atomic<u8> m_nStatusFlags;
     u32 m_nKeyCmdSum;
     u32 m_nLastDNState;
-    bool m_bLprMode;
+    std::atomic<bool> m_bLprMode;
     std::atomic<bool> m_bShowWDRFalg;
     std::atomic<bool> m_bTimeScheme;
     std::atomic<bool> m_bDNScheme;
-    bool m_bisLimitedIrPower;
-    bool m_bHasLens;
+    std::atomic<bool> m_bisLimitedIrPower;
+    std::atomic<bool> m_bHasLens;
     std::atomic<bool> m_bShutterResetPass;
-    bool m_bThermal;
+    std::atomic<bool> m_bThermal;
     std::atomic<bool> m_bShowLDCFlag;
     SensorZoomFocusParam m_stZoomFocusParam;
     mutable std::mutex m_zoomFocusMutex; // guards m_stZoomFocusParam only
-    u32 m_nLastSchedule;
+    std::atomic<u32> m_nLastSchedule;
     KeyVal* m_pstKeyValLpr;
+    u32 m_nKeyValLprUsers; // operations using m_pstKeyValLpr (under the gate)
     KeyVal* m_pKeyValBlock; // the one allocation behind m_ppUserKeyVal
 
     // Module identity kept from the last init, for resetParameters.
@@ -293,15 +337,16 @@ private:
     std::string m_strModuleDetail;
     std::string m_strModuleParameters;
 
-    // Apply gate: held by every host operation together with m_paramMutex and
-    // by the sensor thread while it changes schemes. The thread only ever
-    // tries it, so it never blocks on a host; recursive so that init's own
-    // synchronous pass and resetParameters' inner init may take it again.
-    std::recursive_mutex m_applyGate;
+    // The number of user schemes as last set by init/uinit, readable
+    // without a lock (resetToLastParameters' early return).
+    std::atomic<u32> m_nSchemeSumSeen;
+    // Set by uinit and the destructor before they stop the sensor thread, so
+    // that a pass waiting for the apply gate gives up at once.
+    std::atomic<bool> m_bStopRequested;
+    // Thread that raised the busy flags now set (none when no flag is set).
+    std::atomic<std::thread::id> m_busyOwner;
+    // A scheme requested with setParamScheme from inside a busy operation of
+    // this controller, carried out when the operation ends (under the gate).
+    std::atomic<bool> m_bSchemeRequested;
+    std::atomic<int> m_nRequestedScheme;
 };
-
-// Takes m_paramMutex and the apply gate for the rest of the scope.
-#define SENSOR_PARAM_LOCK()                                                  \
-    m_paramMutex.Lock("ISensorController.cpp", __LINE__);                    \
-    PXMutexManager objParamLockGuard(&m_paramMutex, "ISensorController.cpp", __LINE__); \
-    std::lock_guard<std::recursive_mutex> objApplyGateGuard(m_applyGate)

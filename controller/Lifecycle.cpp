@@ -4,6 +4,10 @@
 #define SNS_SOURCE_FILE "ISensorController.cpp"
 #include "controller/ISensorController.h"
 
+#include "controller/ApplyGate.h"
+#include "controller/ModuleCall.h"
+#include "controller/SensorDebug.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -17,10 +21,6 @@
 #include "platform/sy_system.h"
 
 namespace {
-
-// The detail text of a module may name any number of schemes; no device has
-// more than a handful, and the cache holds nSchemeSum + 1 rows.
-const u32 kMaxSchemeSum = 64;
 
 // Time limit, in seconds, of the shell commands that delete stale files.
 const int kShellTimeLimit = 30;
@@ -49,8 +49,8 @@ bool isBeawayLimitedModel(const std::string& p_strModel) {
     return p_strModel == "Hi3516AV200" || p_strModel == "Hi3516AV200Thermal";
 }
 
-// True unless the parameter text names a lens: "lensId", then "=", a
-// non-zero number right after it and a ")" after the "=".
+// True when the parameter text names a lens: "lensId", then "=", a ")"
+// after the "=" and a non-zero number right after the "="; false otherwise.
 bool hasLens(const std::string& p_strParameters) {
     size_t nName = p_strParameters.find("lensId");
     if (nName == std::string::npos) {
@@ -90,8 +90,14 @@ void releaseArrays(KeyVal*& p_pText, keycmd*& p_pKeyCmdMap, KeyVal**& p_ppRows, 
 } // namespace
 
 bool ISensorController::init(const ModuleConfigure& p_objModuleConfigure) {
-    // Host calls wait for a whole init; the sensor thread only tries the gate.
-    std::lock_guard<std::recursive_mutex> objGate(m_applyGate);
+    if (insideOwnModuleCall()) {
+        // A new init would free the scheme cache and the key table that the
+        // operation around this callback is still using.
+        SENSOR_ASSERT_T(false, "init() called from inside a video module callback of the same controller", "");
+        return false;
+    }
+    // Host calls and sensor passes wait for a whole init.
+    tarnix::GateLock objGate;
 
     // A controller initialised before gives up its old thread run, arrays and
     // configuration first, so a second init leaks nothing.
@@ -99,6 +105,7 @@ bool ISensorController::init(const ModuleConfigure& p_objModuleConfigure) {
         m_pstKeyValTmp != nullptr || m_pstKeyValText != nullptr || m_pstKeyValLpr != nullptr ||
         m_stSysConf.szUIStyle != nullptr) {
         if (m_pSensorThread != nullptr && m_pSensorThread->isRunning()) {
+            m_bStopRequested = true;
             m_pSensorThread->stop();
         }
         releaseArrays(m_pstKeyValText, m_pKeyCmdMap, m_ppUserKeyVal, m_pKeyValBlock, m_pstKeyValTmp,
@@ -122,12 +129,6 @@ bool ISensorController::init(const ModuleConfigure& p_objModuleConfigure) {
     int nRet = initSysConf(m_nCameraID, p_objModuleConfigure, &m_stSysConf);
     SENSOR_ASSERT_T(SNS_SUCCESS == nRet,
                     "SNS_SUCCESS == initSysConf(m_nCameraID,p_objModuleConfigure, &m_stSysConf)", "");
-    if (m_stSysConf.nSchemeSum > kMaxSchemeSum) {
-        SENSOR_TRACE(TRACE_WARN, "nSchemeSum(%u) out of range, limited to %u\n", m_stSysConf.nSchemeSum,
-                     kMaxSchemeSum);
-        m_stSysConf.nSchemeSum = kMaxSchemeSum;
-    }
-    const u32 nSchemeSum = m_stSysConf.nSchemeSum;
 
     // 3./4. Factory values out of the narrowed style, as many as it has.
     std::vector<KeyVal> vecFactory;
@@ -144,9 +145,10 @@ bool ISensorController::init(const ModuleConfigure& p_objModuleConfigure) {
     // 5. The scheme cache: one block of nSchemeSum + 1 rows, the last the
     // factory set. Every row starts as the factory set, so records a short
     // or damaged scheme file does not cover keep factory values.
+    allocateSchemeCache();
+    const u32 nSchemeSum = m_stSysConf.nSchemeSum;
+    m_nSchemeSumSeen = nSchemeSum;
     const size_t nRows = static_cast<size_t>(nSchemeSum) + 1;
-    m_pKeyValBlock = new KeyVal[nRows * m_nKeyValSum];
-    m_ppUserKeyVal = new KeyVal*[nRows];
     for (size_t s = 0; s < nRows; ++s) {
         m_ppUserKeyVal[s] = m_pKeyValBlock + s * m_nKeyValSum;
         if (m_nKeyValSum > 0) {
@@ -269,6 +271,7 @@ bool ISensorController::init(const ModuleConfigure& p_objModuleConfigure) {
 
     // 13. One pass at once, so the right scheme is in force before init
     // returns; then the thread takes over.
+    m_bStopRequested = false;
     sensorThread();
     bool bStarted = m_pSensorThread != nullptr && m_pSensorThread->start();
     SENSOR_ASSERT_T(bStarted, "m_pSensorThread->start()", "");
@@ -279,6 +282,7 @@ bool ISensorController::init(const ModuleConfigure& p_objModuleConfigure) {
     setshowBeawayFalg(1);
     const VideoStreamModule* pModule = m_pVideoStreamModule.load();
     if (pModule != nullptr) {
+        tarnix::ModuleCall objModuleCall(this);
         std::vector<AVStreamParam> vecStreams;
         pModule->getVideoStreamParams(m_nCameraID, vecStreams);
         const std::string strModel = objMachineInfo.getHardwareModel();
@@ -314,11 +318,19 @@ void ISensorController::uinit() {
     if (!testFlag(FLAG_INITED)) {
         return;
     }
-    std::lock_guard<std::recursive_mutex> objGate(m_applyGate);
+    if (insideOwnModuleCall()) {
+        // The arrays that the operation around this callback is still using
+        // would be freed under it.
+        SENSOR_ASSERT_T(false, "uinit() called from inside a video module callback of the same controller", "");
+        return;
+    }
+    tarnix::GateLock objGate;
     setFlag(FLAG_UNINITING, true);
     m_bShutterResetPass = true;
 
-    // The thread never blocks on the gate, so it ends its pass and stops.
+    // A pass waiting for the gate gives up at once once the stop is asked
+    // for, so the thread ends its pass and stops.
+    m_bStopRequested = true;
     if (m_pSensorThread != nullptr) {
         bool bStopped = m_pSensorThread->stop();
         SENSOR_ASSERT_T(bStopped, "m_pSensorThread->stop()", "");
@@ -328,6 +340,7 @@ void ISensorController::uinit() {
                   m_nKeyValTmpCap, m_pstKeyValLpr);
     uinitSysConf(&m_stSysConf);
     m_stSysConf.szUIStyle = nullptr;
+    m_nSchemeSumSeen = m_stSysConf.nSchemeSum;
 
     m_nLastScheme = -1;
     m_nMode = 1;

@@ -5,17 +5,7 @@
 //
 // A translation unit defines SNS_SOURCE_FILE (the source name its reports
 // carry, e.g. "ISensorController.cpp") before including this header.
-#include <atomic>
-#include <cstdint>
-
-// Debug level: assertions print at >= 0, warnings at > 3, error and debug
-// traces at > 5, info traces at > 6.
-extern std::atomic<int32_t> g_nDebugLevel;
-// When set, a failed assertion aborts the process.
-extern std::atomic<bool> g_bEnAssert;
-
-// Refreshes both switches from the marker file.
-void updateDebugLevel();
+#include "controller/DebugSwitches.h"
 
 namespace tarnix {
 namespace diag {
@@ -43,8 +33,19 @@ void assertFailed(const char* file, const char* func, int line, const char* pret
 void report(const char* file, const char* func, int line, const char* fmt, ...)
     __attribute__((format(printf, 4, 5)));
 
+// The function a report names. A helper that carries out one step of a
+// larger function reports under that function's name and signature, as the
+// step's lines did when they stood in the function itself.
+struct Site {
+    const char* func;
+    const char* prettyFunc;
+};
+
 } // namespace diag
 } // namespace tarnix
+
+// The calling function as a report site: pass SENSOR_SITE() to a step helper.
+#define SENSOR_SITE() (::tarnix::diag::Site{__func__, __PRETTY_FUNCTION__})
 
 #ifndef SNS_SOURCE_FILE
 #define SNS_SOURCE_FILE "ISensorController.cpp"
@@ -74,3 +75,15 @@ void report(const char* file, const char* func, int line, const char* fmt, ...)
 #define SENSOR_ASSERT_T(cond, condText, ...) SENSOR_ASSERT_AT(__LINE__, cond, condText, __VA_ARGS__)
 // Report line without condition: SENSOR_REPORT_AT(80, "cmd_list[%d]=%d\n", i, cmd).
 #define SENSOR_REPORT_AT(lineNo, ...) ::tarnix::diag::report(SNS_SOURCE_FILE, __func__, lineNo, __VA_ARGS__)
+
+// The same reports made by a step helper under its caller's name (site from
+// SENSOR_SITE() in the caller).
+#define SENSOR_TRACE_FOR(site, kind, ...) \
+    ::tarnix::diag::trace(::tarnix::diag::kind, -1, SNS_SOURCE_FILE, (site).func, __LINE__, __VA_ARGS__)
+#define SENSOR_ASSERT_FOR(site, lineNo, cond, condText, ...)                                                 \
+    do {                                                                                                    \
+        if (!(cond)) {                                                                                      \
+            ::tarnix::diag::assertFailed(SNS_SOURCE_FILE, (site).func, lineNo, (site).prettyFunc, condText, \
+                                         __VA_ARGS__);                                                      \
+        }                                                                                                   \
+    } while (0)

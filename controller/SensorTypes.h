@@ -4,6 +4,13 @@
 
 #define SNS_SUCCESS 0
 
+// Words of the value buffer a key handler is given and of a single-key ISP
+// read. Most commands carry one 32-bit value, but an unknown key reaches the
+// ISP with its own number and some commands move whole records; the buffer
+// is large enough for any record the ISP exchanges, so nothing is read or
+// written past it.
+#define SNS_VALUE_BUFFER_WORDS 128
+
 class ISensorController;
 
 // One image parameter: key id and value. Also the 8-byte record of the scheme

@@ -4,6 +4,9 @@
 #include <cstddef>
 
 #include "controller/ISensorController.h"
+#include "controller/LockRank.h"
+#include "controller/ParamLock.h"
+#include "controller/SensorDebug.h"
 
 namespace {
 
@@ -33,11 +36,6 @@ const int kKeyMirror = 2384;
 const int kIrKeyBase = 160;
 const unsigned int kIrUncachedMask = 0xAB;
 
-// Words of the buffer an ISP read goes into: the key comes from the host and
-// some commands answer with a whole record, so the buffer holds any record the
-// ISP exchanges; the value is its first word.
-const size_t kReadBufferWords = 128;
-
 bool isUncachedIrKey(int p_nKey) {
     if (p_nKey < kIrKeyBase || p_nKey > kIrKeyBase + 7) {
         return false;
@@ -48,7 +46,7 @@ bool isUncachedIrKey(int p_nKey) {
 } // namespace
 
 int ISensorController::setParameter(int p_nKey, int p_nVal, bool p_bCache) {
-    SENSOR_PARAM_LOCK();
+    tarnix::ParamLock objLock(*this, __LINE__);
     SENSOR_TRACE(TRACE_DBG, "p_Parameters22222222222(%d, %d)\n", p_nKey, p_nVal);
     KeyVal stKeyVal;
     stKeyVal.key = static_cast<u32>(p_nKey);
@@ -57,7 +55,7 @@ int ISensorController::setParameter(int p_nKey, int p_nVal, bool p_bCache) {
 }
 
 bool ISensorController::getParameter(int p_nKey, int& p_nVal) {
-    SENSOR_PARAM_LOCK();
+    tarnix::ParamLock objLock(*this, __LINE__);
     SENSOR_TRACE(TRACE_DBG, "p_nKey(%d)\n", p_nKey);
 
     u32 nCached = static_cast<u32>(-1);
@@ -70,8 +68,9 @@ bool ISensorController::getParameter(int p_nKey, int& p_nVal) {
         return true;
     }
     // Read from the ISP; the value read is not cached. A failed read leaves
-    // the output as the ISP left it.
-    u32 aValue[kReadBufferWords] = {};
+    // the output as the ISP left it. The key comes from the host and some
+    // commands answer with a whole record; the value is the first word.
+    u32 aValue[SNS_VALUE_BUFFER_WORDS] = {};
     aValue[0] = static_cast<u32>(p_nVal);
     int nRet = doIaCmd(static_cast<unsigned int>(p_nKey), IA_CMD_OPT_GET, aValue);
     p_nVal = static_cast<int>(aValue[0]);
@@ -217,12 +216,14 @@ bool ISensorController::getShowBeawayFalg(bool& show) {
 // The zoom/focus record is handed over whole; both directions report false,
 // which is what hosts of this interface have always been given.
 bool ISensorController::getSensorZoomFocusParam(SensorZoomFocusParam& param) {
+    tarnix::lockrank::LeafScope objRank;
     std::lock_guard<std::mutex> objGuard(m_zoomFocusMutex);
     param = m_stZoomFocusParam;
     return false;
 }
 
 bool ISensorController::setSensorZoomFocusParam(SensorZoomFocusParam& param) {
+    tarnix::lockrank::LeafScope objRank;
     std::lock_guard<std::mutex> objGuard(m_zoomFocusMutex);
     m_stZoomFocusParam = param;
     return false;

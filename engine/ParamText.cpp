@@ -2,6 +2,9 @@
 // lists to read, and the whole current scheme as text.
 #define SNS_SOURCE_FILE "ISensorController.cpp"
 #include "controller/ISensorController.h"
+#include "controller/ParamLock.h"
+#include "controller/SensorDebug.h"
+#include "controller/WorkArray.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -25,7 +28,7 @@ const int kMaxShutterPreset = 200;
 } // namespace
 
 int ISensorController::setParameters(const std::string& p_strParameters, bool p_bCache) {
-    SENSOR_PARAM_LOCK();
+    tarnix::ParamLock objLock(*this, __LINE__);
     SENSOR_TRACE(TRACE_DBG, "p_Parameters1111111111(%s)\n", p_strParameters.c_str());
 
     u32 nRecords = keyval_count(p_strParameters);
@@ -36,16 +39,10 @@ int ISensorController::setParameters(const std::string& p_strParameters, bool p_
     }
 
     // The work array grows to the text; a controller without one (not
-    // initialised) parses into a local array instead.
-    std::vector<KeyVal> vecLocal;
-    KeyVal* pWork = nullptr;
-    if (m_pstKeyValTmp != nullptr) {
-        reserveKeyValTmp(nRecords);
-        pWork = m_pstKeyValTmp;
-    } else {
-        vecLocal.resize(nRecords);
-        pWork = vecLocal.data();
-    }
+    // initialised), or a call nested inside another that is still walking
+    // it, parses into an array of its own instead.
+    tarnix::WorkArray objWork(m_pstKeyValTmp, m_nKeyValTmpCap, m_nKeyValTmpUsers, nRecords, true);
+    KeyVal* pWork = objWork.data();
 
     u32 nCount = 0;
     keyval_str2st(p_strParameters, pWork, &nCount, nRecords);
@@ -75,7 +72,7 @@ bool ISensorController::getParameters(const std::string& p_strIds, std::string& 
 }
 
 bool ISensorController::getAllParameters(std::string& p_strOut) {
-    SENSOR_PARAM_LOCK();
+    tarnix::ParamLock objLock(*this, __LINE__);
 
     char szFileName[64];
     std::snprintf(szFileName, sizeof(szFileName), SENSOR_MERGE_STYLE_FMT, m_nCameraID);
@@ -96,15 +93,8 @@ bool ISensorController::getAllParameters(std::string& p_strOut) {
             return true;
         }
         std::string strName = schemeFileName(nCurScheme);
-        std::vector<KeyVal> vecLocal;
-        KeyVal* pWork = nullptr;
-        if (m_pstKeyValTmp != nullptr) {
-            reserveKeyValTmp(m_nKeyValSum);
-            pWork = m_pstKeyValTmp;
-        } else {
-            vecLocal.resize(m_nKeyValSum);
-            pWork = vecLocal.data();
-        }
+        tarnix::WorkArray objWork(m_pstKeyValTmp, m_nKeyValTmpCap, m_nKeyValTmpUsers, m_nKeyValSum, true);
+        KeyVal* pWork = objWork.data();
         nRet = keyValFromFile(&strName[0], pWork, m_nKeyValSum);
         SENSOR_ASSERT_T(SNS_SUCCESS == nRet,
                         "SNS_SUCCESS == keyValFromFile(szTmp, m_pstKeyValTmp, m_nKeyValSum)",

@@ -2,6 +2,10 @@
 // file, return the channel to its factory state, and save the current scheme.
 #define SNS_SOURCE_FILE "ISensorController.cpp"
 #include "controller/ISensorController.h"
+#include "controller/ParamLock.h"
+#include "controller/ApplyGate.h"
+#include "controller/SensorDebug.h"
+#include "controller/WorkArray.h"
 
 #include <cstdio>
 #include <string>
@@ -24,7 +28,7 @@ const int kShellTimeLimit = 30;
 } // namespace
 
 int ISensorController::restore(int p_nKey) {
-    SENSOR_PARAM_LOCK();
+    tarnix::ParamLock objLock(*this, __LINE__);
     KeyVal* pRow = schemeRow(static_cast<u32>(m_nCurScheme.load()));
     int nPos = -1;
     if (pRow != nullptr) {
@@ -45,14 +49,7 @@ int ISensorController::restore(int p_nKey) {
 }
 
 bool ISensorController::restoreAeMode() {
-    // The lens flag is rewritten by init (a factory reset on another host
-    // thread); read it under the gate.
-    bool bHasLens = false;
-    {
-        std::lock_guard<std::recursive_mutex> objGate(m_applyGate);
-        bHasLens = m_bHasLens;
-    }
-    if (bHasLens && restore(kKeyAutoFocusMode) != SNS_SUCCESS) {
+    if (m_bHasLens.load() && restore(kKeyAutoFocusMode) != SNS_SUCCESS) {
         return false;
     }
     if (m_bThermal) {
@@ -62,41 +59,48 @@ bool ISensorController::restoreAeMode() {
 }
 
 bool ISensorController::resetToLastParameters() {
-    // The lock comes first: the scheme count is rebuilt by a factory reset
-    // running on another host thread.
-    SENSOR_PARAM_LOCK();
+    // The factory row has no file: nothing to do, and no lock is taken. Both
+    // values are atomics, so a factory reset on another thread is no hazard.
+    if (static_cast<u32>(m_nCurScheme.load()) >= m_nSchemeSumSeen.load()) {
+        return true;
+    }
+    tarnix::ParamLock objLock(*this, __LINE__);
+    // Checked again under the lock against the configuration itself.
     const u32 nCurScheme = static_cast<u32>(m_nCurScheme.load());
     if (nCurScheme >= m_stSysConf.nSchemeSum) {
-        // The factory row has no file.
         return true;
     }
     std::string strName = schemeFileName(nCurScheme);
-    setFlag(FLAG_RESTORING, true);
+    raiseBusy(FLAG_RESTORING);
 
-    std::vector<KeyVal> vecLocal;
-    KeyVal* pWork = nullptr;
-    if (m_pstKeyValTmp != nullptr) {
-        reserveKeyValTmp(m_nKeyValSum);
-        pWork = m_pstKeyValTmp;
-    } else {
-        vecLocal.resize(m_nKeyValSum);
-        pWork = vecLocal.data();
+    int nRet = SNS_SUCCESS;
+    {
+        tarnix::WorkArray objWork(m_pstKeyValTmp, m_nKeyValTmpCap, m_nKeyValTmpUsers, m_nKeyValSum, true);
+        KeyVal* pWork = objWork.data();
+        nRet = keyValFromFile(&strName[0], pWork, m_nKeyValSum);
+        SENSOR_ASSERT_T(SNS_SUCCESS == nRet,
+                        "SNS_SUCCESS == keyValFromFile(szTmp, m_pstKeyValTmp, m_nKeyValSum)",
+                        "szTmp(%s), m_nKeyValSum(%d)\n", strName.c_str(), static_cast<int>(m_nKeyValSum));
+
+        // Only records that differ from the cache reach the ISP; the cache
+        // takes the file's values.
+        nRet = setParameters(pWork, m_nKeyValSum, true);
     }
-    int nRet = keyValFromFile(&strName[0], pWork, m_nKeyValSum);
-    SENSOR_ASSERT_T(SNS_SUCCESS == nRet, "SNS_SUCCESS == keyValFromFile(szTmp, m_pstKeyValTmp, m_nKeyValSum)",
-                    "szTmp(%s), m_nKeyValSum(%d)\n", strName.c_str(), static_cast<int>(m_nKeyValSum));
 
-    // Only records that differ from the cache reach the ISP; the cache takes
-    // the file's values.
-    nRet = setParameters(pWork, m_nKeyValSum, true);
-
-    setFlag(FLAG_RESTORING, false);
+    clearBusy(FLAG_RESTORING);
     return nRet == SNS_SUCCESS;
 }
 
 bool ISensorController::resetParameters() {
-    SENSOR_PARAM_LOCK();
-    setFlag(FLAG_RESETTING, true);
+    if (insideOwnModuleCall()) {
+        // The reset would free the scheme cache and the key table that the
+        // operation around this callback is still using.
+        SENSOR_ASSERT_T(false, "resetParameters() called from inside a video module callback of the same controller",
+                        "");
+        return false;
+    }
+    tarnix::ParamLock objLock(*this, __LINE__);
+    raiseBusy(FLAG_RESETTING);
 
     const u32 nSchemeSum = m_stSysConf.nSchemeSum;
     int nRet = switch_to(static_cast<int>(nSchemeSum), false);
@@ -140,12 +144,12 @@ bool ISensorController::resetParameters() {
 
     m_nMode = nMode;
     m_nCurScheme = 0;
-    setFlag(FLAG_RESETTING, false);
+    clearBusy(FLAG_RESETTING);
     return true;
 }
 
 int ISensorController::flush() {
-    SENSOR_PARAM_LOCK();
+    tarnix::ParamLock objLock(*this, __LINE__);
     const u32 nCurScheme = static_cast<u32>(m_nCurScheme.load());
     if (nCurScheme >= m_stSysConf.nSchemeSum) {
         // The factory row is never written.
@@ -161,7 +165,22 @@ int ISensorController::flush() {
         return 0;
     }
     std::string strName = schemeFileName(nCurScheme);
-    return keyValToFile(&strName[0], pRow, m_nKeyValSum);
+    nRet = keyValToFile(&strName[0], pRow, m_nKeyValSum);
+
+    // The sensor thread may have switched schemes between a host's set and
+    // this flush: the values set in the scheme that was current then would
+    // never reach its file. Every other user scheme is stored as well; a
+    // file that already holds the row's bytes is left untouched, so only
+    // rows that differ from their files are written.
+    for (u32 s = 0; s < m_stSysConf.nSchemeSum; ++s) {
+        KeyVal* pOther = schemeRow(s);
+        if (s == nCurScheme || pOther == nullptr) {
+            continue;
+        }
+        std::string strOther = schemeFileName(s);
+        keyValToFile(&strOther[0], pOther, m_nKeyValSum);
+    }
+    return nRet;
 }
 
 bool ISensorController::setMirrorMode(int p_nMode) {

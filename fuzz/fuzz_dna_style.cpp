@@ -27,15 +27,23 @@
 #include "config/DnaStyle.h"
 #include "config/FactoryDefaults.h"
 #include "config/sensor.h"
+#include "controller/KeyCatalogue.h"
 #include "fuzz/fuzz_support.h"
 #include "ispsim/ispsim.h"
+
+using namespace tarnix::keys;
 
 namespace {
 
 // Commands with special handling (shutters, focus limit), list items of the
 // sample styles and the items that the flags remove.
-const unsigned int kCommands[] = {49,  50,  51,  55,   56,   1537, 16,   57,   65,   82,   2368, 2369, 10,
-                                  11,  96,  144, 161,  768,  2304, 2528, 176,  34,   2048, 2064, 2386, 2385};
+const unsigned int kCommands[] = {
+    KEY_MAX_SHUTTER,  KEY_FIX_SHUTTER,  KEY_MIN_SHUTTER,     KEY_MIN_SHUTTER_NIGHT, KEY_MAX_SHUTTER_NIGHT,
+    KEY_AUTO_FOCUS_NEAR_LIMIT,          KEY_EXPOSE_MODE,     KEY_MAX_GAIN_NIGHT,    KEY_MAX_GAIN,
+    KEY_IRIS_POSITION, KEY_WDR_MODE,    KEY_WDR_STRG,        KEY_EMPTY1,            KEY_EMPTY2,
+    KEY_METER_AREA,   KEY_DN_MODE,      KEY_IR_MODE,         KEY_WB_MODE,           KEY_2D_NR_SWITCH,
+    KEY_GAMMA,        KEY_IN_OUT_SIDE,  KEY_BRIGHTNESS,      KEY_LDC_SWITCH,        KEY_LDC_STRG,
+    KEY_FISHEYE_ROTATE, KEY_BEAWAY};
 const size_t kCommandCount = sizeof(kCommands) / sizeof(kCommands[0]);
 
 class Reader {
@@ -148,30 +156,25 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     setshowBeawayFalg((nFlags & 0x04) != 0);
     setshowFisheyeRotateFlag((nFlags & 0x08) != 0);
 
-    // getFctData narrows the style with getDnaStyle first.
-    // Factory values into exactly the array init allocates.
-    std::unique_ptr<KeyVal[]> pFct(new KeyVal[KEYCMD_CAPACITY]);
+    // getFctData narrows the style with getDnaStyle first. The vector form
+    // holds every item; it sizes the array of the exported form, which then
+    // gets all of them.
+    std::vector<KeyVal> vecAll;
+    FUZZ_CHECK(getFctData(1, strStyle.c_str(), vecAll, bShowWDR, bShowLDC) == 0);
+    std::unique_ptr<KeyVal[]> pFct(new KeyVal[vecAll.empty() ? 1 : vecAll.size()]);
     std::vector<char> vecStyle(strStyle.begin(), strStyle.end());
     vecStyle.push_back('\0');
     u32 nCount = 0xFFFFFFFFu;
     FUZZ_CHECK(getFctData(1, vecStyle.data(), pFct.get(), &nCount, bShowWDR, bShowLDC) == 0);
-    FUZZ_CHECK(nCount <= KEYCMD_CAPACITY);
+    FUZZ_CHECK(nCount == vecAll.size());
 
-    // A small caller array gets a prefix of the same list.
+    // A small caller array with its capacity gets a prefix of the same list.
     const bool bSmall = (nFlags & 0x40) != 0;
     const u32 nSmallCap = static_cast<u32>(vecParams.size());
     std::unique_ptr<KeyVal[]> pSmall(new KeyVal[nSmallCap == 0 ? 1 : nSmallCap]);
     u32 nSmall = 0;
     if (bSmall) {
         FUZZ_CHECK(getFctData(1, strStyle.c_str(), pSmall.get(), &nSmall, nSmallCap, bShowWDR, bShowLDC) == 0);
-        FUZZ_CHECK(nSmall <= nSmallCap);
-    }
-
-    // The vector form holds every item; the bounded forms hold its prefix.
-    std::vector<KeyVal> vecAll;
-    FUZZ_CHECK(getFctData(1, strStyle.c_str(), vecAll, bShowWDR, bShowLDC) == 0);
-    FUZZ_CHECK(nCount == (vecAll.size() < KEYCMD_CAPACITY ? vecAll.size() : KEYCMD_CAPACITY));
-    if (bSmall) {
         FUZZ_CHECK(nSmall == (vecAll.size() < nSmallCap ? vecAll.size() : nSmallCap));
     }
     for (u32 i = 0; i < nCount; ++i) {

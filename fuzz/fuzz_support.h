@@ -73,14 +73,8 @@ public:
 
 private:
     TempRoot() {
-        const char* szBase = std::getenv("TMPDIR");
-        std::string strTempl =
-            std::string(szBase != nullptr && *szBase != '\0' ? szBase : "/tmp") + "/tarnix-fuzz-XXXXXX";
-        std::vector<char> vecBuffer(strTempl.begin(), strTempl.end());
-        vecBuffer.push_back('\0');
-        char* szMade = ::mkdtemp(vecBuffer.data());
-        FUZZ_CHECK(szMade != nullptr);
-        m_strPath = szMade;
+        m_strPath = platform::makeHostTempDir("tarnix-fuzz-");
+        FUZZ_CHECK(!m_strPath.empty());
         for (const char* szDir : {"/tmp", "/mnt/mtd/log", "/mnt/mtd/code/config_file", "/hd1/moduleConfig"}) {
             platform::makeHostDirs(m_strPath + szDir);
         }

@@ -3,13 +3,12 @@
 #define SNS_SOURCE_FILE "ISensorController.cpp"
 
 #include "controller/ISensorController.h"
+#include "controller/KeyCatalogue.h"
+
+using namespace tarnix::keys;
+#include "controller/SensorDebug.h"
 
 namespace {
-
-const u32 kKeyMirror = 2384;
-const u32 kKeyBeaway = 2385;
-// Video-module notification bracketing a WDR change: 0 before, 1 after.
-const int kWdrNotify = 2370;
 
 // With the beaway mode on, the two single-axis mirror settings trade places.
 u32 swapMirror(u32 p_nMirror) {
@@ -34,11 +33,12 @@ int ISensorController::doHwdr(unsigned int p_nKey, unsigned int p_nDir, void* p_
         *pValue = 0;
         return SNS_SUCCESS;
     }
-    notifyToVideo(kWdrNotify, 0);
+    // The video module hears of a WDR change before and after it.
+    notifyToVideo(IA_CMD_WDR_NOTIFY, 0);
     int nRet = notifyToVideo(static_cast<int>(p_nKey), static_cast<int>(*pValue));
-    SENSOR_ASSERT_T(SNS_SUCCESS == doIaCmd(p_nKey, p_nDir, p_pVal),
-                    "SNS_SUCCESS == doIaCmd(p_nKey, p_nDir, p_pVal)", "");
-    notifyToVideo(kWdrNotify, 1);
+    const int nIspRet = doIaCmd(p_nKey, p_nDir, p_pVal);
+    SENSOR_ASSERT_T(SNS_SUCCESS == nIspRet, "SNS_SUCCESS == doIaCmd(p_nKey, p_nDir, p_pVal)", "");
+    notifyToVideo(IA_CMD_WDR_NOTIFY, 1);
     // The video module's answer decides.
     return nRet;
 }
@@ -47,8 +47,8 @@ int ISensorController::doImageAdjust(unsigned int p_nKey, unsigned int p_nDir, v
     if (p_pVal == nullptr) {
         return -1;
     }
-    SENSOR_ASSERT_T(SNS_SUCCESS == doIaCmd(p_nKey, p_nDir, p_pVal),
-                    "SNS_SUCCESS == doIaCmd(p_nKey, p_nDir, p_pVal)", "");
+    const int nIspRet = doIaCmd(p_nKey, p_nDir, p_pVal);
+    SENSOR_ASSERT_T(SNS_SUCCESS == nIspRet, "SNS_SUCCESS == doIaCmd(p_nKey, p_nDir, p_pVal)", "");
     // After the ISP call, so the video module sees what the ISP may have
     // written back.
     return notifyToVideo(static_cast<int>(p_nKey), static_cast<int>(*static_cast<u32*>(p_pVal)));
@@ -59,9 +59,8 @@ int ISensorController::doDIS(unsigned int p_nKey, unsigned int p_nDir, void* p_p
         return -1;
     }
     // Video module first, ISP second.
-    SENSOR_ASSERT_T(SNS_SUCCESS ==
-                        notifyToVideo(static_cast<int>(p_nKey), static_cast<int>(*static_cast<u32*>(p_pVal))),
-                    "SNS_SUCCESS == notifyToVideo(p_nKey, *(u32*)p_pVal)", "");
+    const int nNotifyRet = notifyToVideo(static_cast<int>(p_nKey), static_cast<int>(*static_cast<u32*>(p_pVal)));
+    SENSOR_ASSERT_T(SNS_SUCCESS == nNotifyRet, "SNS_SUCCESS == notifyToVideo(p_nKey, *(u32*)p_pVal)", "");
     return doIaCmd(p_nKey, p_nDir, p_pVal);
 }
 
@@ -74,7 +73,8 @@ int ISensorController::doIaCmd_PanoTuning(unsigned int p_nKey, unsigned int p_nD
     // business alone; nothing goes to the ISP.
     int nKey = static_cast<int>(p_nKey);
     int nVal = static_cast<int>(*static_cast<u32*>(p_pVal));
-    SENSOR_ASSERT_T(SNS_SUCCESS == notifyToVideo(nKey, nVal), "SNS_SUCCESS == notifyToVideo(nKey, nVal)", "");
+    const int nNotifyRet = notifyToVideo(nKey, nVal);
+    SENSOR_ASSERT_T(SNS_SUCCESS == nNotifyRet, "SNS_SUCCESS == notifyToVideo(nKey, nVal)", "");
     return SNS_SUCCESS;
 }
 
@@ -92,12 +92,12 @@ int ISensorController::doMirror(unsigned int p_nKey, unsigned int p_nDir, void* 
     }
     u32 nMirror = *static_cast<u32*>(p_pVal);
     u32 nBeaway = 0;
-    getKeyValFromCache(static_cast<u32>(m_nCurScheme.load()), kKeyBeaway, nBeaway);
+    getKeyValFromCache(static_cast<u32>(m_nCurScheme.load()), KEY_BEAWAY, nBeaway);
     if (nBeaway != 0) {
         nMirror = swapMirror(nMirror);
     }
-    SENSOR_ASSERT_T(SNS_SUCCESS == notifyToVideo(static_cast<int>(p_nKey), static_cast<int>(nMirror)),
-                    "SNS_SUCCESS == notifyToVideo(p_nKey, nMirror)", "");
+    const int nNotifyRet = notifyToVideo(static_cast<int>(p_nKey), static_cast<int>(nMirror));
+    SENSOR_ASSERT_T(SNS_SUCCESS == nNotifyRet, "SNS_SUCCESS == notifyToVideo(p_nKey, nMirror)", "");
     // Only the ISP and the video module see the swapped value; the caller's
     // value, and so the cache, keeps the user's setting.
     return doIaCmd(p_nKey, p_nDir, &nMirror);
@@ -114,15 +114,15 @@ int ISensorController::doBeaway(unsigned int p_nKey, unsigned int p_nDir, void* 
     }
     u32 nBeaway = *static_cast<u32*>(p_pVal);
     u32 nMirror = 0;
-    getKeyValFromCache(static_cast<u32>(m_nCurScheme.load()), kKeyMirror, nMirror);
+    getKeyValFromCache(static_cast<u32>(m_nCurScheme.load()), KEY_MIRROR, nMirror);
     if (nBeaway != 0) {
         nMirror = swapMirror(nMirror);
     }
     // Re-send the mirror with the swap applied or removed.
-    SENSOR_ASSERT_T(SNS_SUCCESS == notifyToVideo(static_cast<int>(kKeyMirror), static_cast<int>(nMirror)),
-                    "SNS_SUCCESS == notifyToVideo(IA_CMD_UI_MIRROR, nMirror)", "");
-    SENSOR_ASSERT_T(SNS_SUCCESS == notifyToVideo(static_cast<int>(p_nKey), static_cast<int>(nBeaway)),
-                    "SNS_SUCCESS == notifyToVideo(p_nKey, nBeaway)", "");
-    doIaCmd(kKeyMirror, p_nDir, &nMirror);
+    const int nMirrorRet = notifyToVideo(static_cast<int>(IA_CMD_UI_MIRROR), static_cast<int>(nMirror));
+    SENSOR_ASSERT_T(SNS_SUCCESS == nMirrorRet, "SNS_SUCCESS == notifyToVideo(IA_CMD_UI_MIRROR, nMirror)", "");
+    const int nBeawayRet = notifyToVideo(static_cast<int>(p_nKey), static_cast<int>(nBeaway));
+    SENSOR_ASSERT_T(SNS_SUCCESS == nBeawayRet, "SNS_SUCCESS == notifyToVideo(p_nKey, nBeaway)", "");
+    doIaCmd(IA_CMD_UI_MIRROR, p_nDir, &nMirror);
     return doIaCmd(p_nKey, p_nDir, &nBeaway);
 }

@@ -2,10 +2,13 @@
 // ends in doIaCmd, which calls ia_ioctrl_v2 on this channel's ISP channel.
 #define SNS_SOURCE_FILE "ISensorController.cpp"
 #include "controller/ISensorController.h"
+#include "controller/LockRank.h"
+#include "controller/ModuleCall.h"
 
 int ISensorController::doIaCmd(unsigned int p_nCmd, unsigned int p_nOpt, void* p_pVal) {
     bool bLocked = false;
     {
+        tarnix::lockrank::LeafScope objRank;
         std::lock_guard<std::mutex> lock(m_zoomFocusMutex);
         bLocked = m_stZoomFocusParam.getLockZoomFocusEnable();
     }
@@ -46,9 +49,10 @@ int ISensorController::doIaCmd_User(unsigned int p_nCmd, unsigned int p_nOpt, vo
 int ISensorController::doIoCrtl(unsigned int p_nCmd, unsigned int, void*) {
     if (p_nCmd == 8104) {
         // The field-of-view sync always runs on channel 1's sensor thread,
-        // whichever channel received the key.
-        m_nChanneldDosomething = 1;
+        // whichever channel received the key. The key goes first: a pass
+        // that sees the channel mark finds the key already posted.
         m_nPassKeycmd = 8104;
+        m_nChanneldDosomething = 1;
     }
     return 0;
 }
@@ -65,6 +69,8 @@ int ISensorController::notifyToVideo(int p_nKey, int p_nVal) {
         return 0;
     }
     int nChannel = m_objMachineInfo.getDeviceType() == 13 ? 1 : m_nCameraID;
+    // The module may call back into any controller from here.
+    tarnix::ModuleCall objModuleCall(this);
     return pModule->notifySensorParam(nChannel, p_nKey, p_nVal);
 }
 

@@ -5,6 +5,10 @@
 #include <cstring>
 
 #include "controller/ISensorController.h"
+#include "controller/KeyCatalogue.h"
+
+using namespace tarnix::keys;
+#include "controller/SensorDebug.h"
 
 namespace {
 
@@ -22,32 +26,68 @@ const int kIrisLowLimit = 255;
 const int kIrisHighLimit = 25600;
 const int kIrisAboveRange = 1048576;
 
-// Keys of the stored light parameters.
-const int kKeyIrSwitch = 160;
-const int kKeyWhiteSwitch = 170;
-const int kKeyWhiteMode = 171;
-const int kKeyLightType = 224;
+// Highest light type the ISP knows.
+const u32 kLightTypeMax = 3;
+
+// Sends one value with the set option; true on success.
+bool sendValue(ISensorController& p_objCtl, unsigned int p_nCmd, u32 p_nValue) {
+    return p_objCtl.doIaCmd(p_nCmd, IA_CMD_OPT_SET, &p_nValue) == SNS_SUCCESS;
+}
+
+// Reads a value (or record) with the get option into p_pOut; true on success.
+bool readValue(ISensorController& p_objCtl, unsigned int p_nCmd, void* p_pOut) {
+    return p_objCtl.doIaCmd(p_nCmd, IA_CMD_OPT_GET, p_pOut) == SNS_SUCCESS;
+}
+
+// A focus step: focus mode 1 first (its result does not matter), then the
+// step command, whose result does.
+bool focusStep(ISensorController& p_objCtl, unsigned int p_nStepCmd) {
+    sendValue(p_objCtl, IA_CMD_AUTO_FOCUS_MODE, 1);
+    return sendValue(p_objCtl, p_nStepCmd, 1);
+}
+
+// The iris is driven by hand: exposure mode 3 first, then the iris command.
+bool driveIris(ISensorController& p_objCtl, unsigned int p_nIrisCmd, u32 p_nValue) {
+    if (!sendValue(p_objCtl, IA_CMD_EXPOSE_MODE, kExposeModeManualIris)) {
+        return false;
+    }
+    return sendValue(p_objCtl, p_nIrisCmd, p_nValue);
+}
+
+// Infrared and white light are never on together: switching one light on
+// first reads the other one's live state (p_nOtherStateCmd) and switches it
+// off if it is on. The light's own key goes through setParameter.
+bool switchLightExclusively(ISensorController& p_objCtl, int p_nValue, u32 p_nKey, unsigned int p_nOtherStateCmd,
+                            bool (ISensorController::*p_pfnSwitchOther)(int)) {
+    if (p_nValue == 1) {
+        int nOther = 0;
+        if (p_objCtl.doIaCmd(p_nOtherStateCmd, IA_CMD_OPT_GET, &nOther) != SNS_SUCCESS) {
+            return false;
+        }
+        if (nOther == 1 && !(p_objCtl.*p_pfnSwitchOther)(0)) {
+            return false;
+        }
+    }
+    return p_objCtl.setParameter(static_cast<int>(p_nKey), p_nValue, true) == SNS_SUCCESS;
+}
 
 } // namespace
 
 // ---- lens ----
 
 bool ISensorController::zoomIn() {
-    u32 nVal = 1;
-    return doIaCmd(IA_CMD_ZOOM_IN, IA_CMD_OPT_SET, &nVal) == SNS_SUCCESS;
+    return sendValue(*this, IA_CMD_ZOOM_IN, 1);
 }
 
 bool ISensorController::zoomOut() {
-    u32 nVal = 1;
-    return doIaCmd(IA_CMD_ZOOM_OUT, IA_CMD_OPT_SET, &nVal) == SNS_SUCCESS;
+    return sendValue(*this, IA_CMD_ZOOM_OUT, 1);
 }
 
 bool ISensorController::setZoomValue(int v) {
     if (!m_bHasLens) {
         return true;
     }
-    u32 nVal = static_cast<u32>(v);
-    return doIaCmd(IA_CMD_MZ_POSITION, IA_CMD_OPT_SET, &nVal) == SNS_SUCCESS;
+    return sendValue(*this, IA_CMD_MZ_POSITION, static_cast<u32>(v));
 }
 
 bool ISensorController::getZoomValue(int& pos, int& ratio) {
@@ -80,16 +120,14 @@ bool ISensorController::setPTZRunState(int v) {
     if (!m_bHasLens) {
         return true;
     }
-    u32 nVal = static_cast<u32>(v);
-    return doIaCmd(IA_CMD_PTZ_RUN_STATE, IA_CMD_OPT_SET, &nVal) == SNS_SUCCESS;
+    return sendValue(*this, IA_CMD_PTZ_RUN_STATE, static_cast<u32>(v));
 }
 
 bool ISensorController::setFocusValue(int v) {
     if (!m_bHasLens) {
         return true;
     }
-    u32 nVal = static_cast<u32>(v);
-    return doIaCmd(IA_CMD_MF_POSITION, IA_CMD_OPT_SET, &nVal) == SNS_SUCCESS;
+    return sendValue(*this, IA_CMD_MF_POSITION, static_cast<u32>(v));
 }
 
 bool ISensorController::getFocusValue(int& v) {
@@ -97,64 +135,41 @@ bool ISensorController::getFocusValue(int& v) {
         v = 0;
         return true;
     }
-    return doIaCmd(IA_CMD_MF_POSITION, IA_CMD_OPT_GET, &v) == SNS_SUCCESS;
+    return readValue(*this, IA_CMD_MF_POSITION, &v);
 }
 
 bool ISensorController::setFocusMode(int v) {
-    u32 nVal = static_cast<u32>(v);
-    return doIaCmd(IA_CMD_AUTO_FOCUS_MODE, IA_CMD_OPT_SET, &nVal) == SNS_SUCCESS;
+    return sendValue(*this, IA_CMD_AUTO_FOCUS_MODE, static_cast<u32>(v));
 }
 
 bool ISensorController::getFocusMode(int& v) {
-    return doIaCmd(IA_CMD_AUTO_FOCUS_MODE, IA_CMD_OPT_GET, &v) == SNS_SUCCESS;
+    return readValue(*this, IA_CMD_AUTO_FOCUS_MODE, &v);
 }
 
 bool ISensorController::getFocus(int& v) {
-    return doIaCmd(IA_CMD_FOCUS_VALUE, IA_CMD_OPT_GET, &v) == SNS_SUCCESS;
+    return readValue(*this, IA_CMD_FOCUS_VALUE, &v);
 }
 
 bool ISensorController::getAFStatistic(unsigned int& v) {
-    return doIaCmd(IA_CMD_AF_STATISTIC, IA_CMD_OPT_GET, &v) == SNS_SUCCESS;
+    return readValue(*this, IA_CMD_AF_STATISTIC, &v);
 }
 
 bool ISensorController::focusFar() {
-    if (!m_bHasLens) {
-        return true;
-    }
-    u32 nMode = 1;
-    doIaCmd(IA_CMD_AUTO_FOCUS_MODE, IA_CMD_OPT_SET, &nMode);
-    u32 nVal = 1;
-    return doIaCmd(IA_CMD_FOCUS_FAR, IA_CMD_OPT_SET, &nVal) == SNS_SUCCESS;
+    return m_bHasLens ? focusStep(*this, IA_CMD_FOCUS_FAR) : true;
 }
 
 bool ISensorController::focusNear() {
-    if (!m_bHasLens) {
-        return true;
-    }
-    u32 nMode = 1;
-    doIaCmd(IA_CMD_AUTO_FOCUS_MODE, IA_CMD_OPT_SET, &nMode);
-    u32 nVal = 1;
-    return doIaCmd(IA_CMD_FOCUS_NEAR, IA_CMD_OPT_SET, &nVal) == SNS_SUCCESS;
+    return m_bHasLens ? focusStep(*this, IA_CMD_FOCUS_NEAR) : true;
 }
 
 // ---- iris ----
 
 bool ISensorController::irisUp() {
-    u32 nMode = kExposeModeManualIris;
-    if (doIaCmd(IA_CMD_EXPOSE_MODE, IA_CMD_OPT_SET, &nMode) != SNS_SUCCESS) {
-        return false;
-    }
-    u32 nVal = 1;
-    return doIaCmd(IA_CMD_IRIS_UP, IA_CMD_OPT_SET, &nVal) == SNS_SUCCESS;
+    return driveIris(*this, IA_CMD_IRIS_UP, 1);
 }
 
 bool ISensorController::irisDown() {
-    u32 nMode = kExposeModeManualIris;
-    if (doIaCmd(IA_CMD_EXPOSE_MODE, IA_CMD_OPT_SET, &nMode) != SNS_SUCCESS) {
-        return false;
-    }
-    u32 nVal = 1;
-    return doIaCmd(IA_CMD_IRIS_DOWN, IA_CMD_OPT_SET, &nVal) == SNS_SUCCESS;
+    return driveIris(*this, IA_CMD_IRIS_DOWN, 1);
 }
 
 bool ISensorController::setIrisValue(int v) {
@@ -163,36 +178,29 @@ bool ISensorController::setIrisValue(int v) {
     } else if (v > kIrisHighLimit) {
         v = kIrisAboveRange;
     }
-    u32 nMode = kExposeModeManualIris;
-    if (doIaCmd(IA_CMD_EXPOSE_MODE, IA_CMD_OPT_SET, &nMode) != SNS_SUCCESS) {
-        return false;
-    }
-    u32 nVal = static_cast<u32>(v);
-    return doIaCmd(IA_CMD_IRIS_POSITION, IA_CMD_OPT_SET, &nVal) == SNS_SUCCESS;
+    return driveIris(*this, IA_CMD_IRIS_POSITION, static_cast<u32>(v));
 }
 
 bool ISensorController::getIrisValue(int& v) {
-    return doIaCmd(IA_CMD_IRIS_POSITION, IA_CMD_OPT_GET, &v) == SNS_SUCCESS;
+    return readValue(*this, IA_CMD_IRIS_POSITION, &v);
 }
 
 // ---- day/night and status reads ----
 
 bool ISensorController::setDNState(int v) {
-    u32 nVal = static_cast<u32>(v);
-    return doIaCmd(IA_CMD_DN_STATE, IA_CMD_OPT_SET, &nVal) == SNS_SUCCESS;
+    return sendValue(*this, IA_CMD_DN_STATE, static_cast<u32>(v));
 }
 
 bool ISensorController::getDNState(int& v) {
-    return doIaCmd(IA_CMD_DN_STATE, IA_CMD_OPT_GET, &v) == SNS_SUCCESS;
+    return readValue(*this, IA_CMD_DN_STATE, &v);
 }
 
 bool ISensorController::getWDR(int& v) {
-    return doIaCmd(IA_CMD_WDR_MODE, IA_CMD_OPT_GET, &v) == SNS_SUCCESS;
+    return readValue(*this, IA_CMD_WDR_MODE, &v);
 }
 
 bool ISensorController::setExposureStrategy(int& v) {
-    u32 nVal = static_cast<u32>(v);
-    return doIaCmd(IA_CMD_EXPOSURE_STRATEGY, IA_CMD_OPT_SET, &nVal) == SNS_SUCCESS;
+    return sendValue(*this, IA_CMD_EXPOSURE_STRATEGY, static_cast<u32>(v));
 }
 
 bool ISensorController::getCmdExecStatus(int cmd, int& status) {
@@ -209,7 +217,7 @@ bool ISensorController::getHeatStatus(bool& v) {
 }
 
 bool ISensorController::getTempValue(int& v) {
-    return doIaCmd(IA_CMD_TEMP_VALUE, IA_CMD_OPT_GET, &v) == SNS_SUCCESS;
+    return readValue(*this, IA_CMD_TEMP_VALUE, &v);
 }
 
 bool ISensorController::getAutoExposureInfo(int& a, int& b, int& c) {
@@ -237,21 +245,21 @@ bool ISensorController::getCameraVerInf(std::string& s) {
 // ---- infrared and white light ----
 
 bool ISensorController::getIRSwitch(int& v) {
-    return doIaCmd(IA_CMD_IR_SWITCH, IA_CMD_OPT_GET, &v) == SNS_SUCCESS;
+    return readValue(*this, IA_CMD_IR_SWITCH, &v);
 }
 
 bool ISensorController::getWhiteSwitch(int& v) {
     // The live state of the white light, not the stored key 170.
-    return doIaCmd(IA_CMD_WHITE_SWITCH, IA_CMD_OPT_GET, &v) == SNS_SUCCESS;
+    return readValue(*this, IA_CMD_WHITE_SWITCH, &v);
 }
 
 bool ISensorController::getWhiteMode(int& v) {
     // The live state, not the stored key 171.
-    return doIaCmd(IA_CMD_WHITE_MODE, IA_CMD_OPT_GET, &v) == SNS_SUCCESS;
+    return readValue(*this, IA_CMD_WHITE_MODE, &v);
 }
 
 bool ISensorController::getLightType(int& v) {
-    return doIaCmd(IA_CMD_LIGHT_TYPE, IA_CMD_OPT_GET, &v) == SNS_SUCCESS;
+    return readValue(*this, IA_CMD_LIGHT_TYPE, &v);
 }
 
 bool ISensorController::setIrLedInfo(void* info) {
@@ -259,42 +267,20 @@ bool ISensorController::setIrLedInfo(void* info) {
 }
 
 bool ISensorController::setWhiteMode(int v) {
-    return setParameter(kKeyWhiteMode, v, true) == SNS_SUCCESS;
+    return setParameter(KEY_WHITE_MODE, v, true) == SNS_SUCCESS;
 }
 
 bool ISensorController::setLightType(int v) {
-    if (static_cast<u32>(v) > 3) {
+    if (static_cast<u32>(v) > kLightTypeMax) {
         return false;
     }
-    return setParameter(kKeyLightType, v, true) == SNS_SUCCESS;
+    return setParameter(KEY_LIGHT_TYPE, v, true) == SNS_SUCCESS;
 }
 
-// Infrared and white light are never on together: switching one on first
-// switches the other off.
 bool ISensorController::setIRSwitch(int v) {
-    if (v == 1) {
-        int nWhite = 0;
-        if (doIaCmd(IA_CMD_WHITE_SWITCH, IA_CMD_OPT_GET, &nWhite) != SNS_SUCCESS) {
-            return false;
-        }
-        if (nWhite == 1 && !setWhiteSwitch(0)) {
-            return false;
-        }
-        return setParameter(kKeyIrSwitch, 1, true) == SNS_SUCCESS;
-    }
-    return setParameter(kKeyIrSwitch, v, true) == SNS_SUCCESS;
+    return switchLightExclusively(*this, v, KEY_IR_SWITCH, IA_CMD_WHITE_SWITCH, &ISensorController::setWhiteSwitch);
 }
 
 bool ISensorController::setWhiteSwitch(int v) {
-    if (v == 1) {
-        int nIr = 0;
-        if (doIaCmd(IA_CMD_IR_SWITCH, IA_CMD_OPT_GET, &nIr) != SNS_SUCCESS) {
-            return false;
-        }
-        if (nIr == 1 && !setIRSwitch(0)) {
-            return false;
-        }
-        return setParameter(kKeyWhiteSwitch, 1, true) == SNS_SUCCESS;
-    }
-    return setParameter(kKeyWhiteSwitch, v, true) == SNS_SUCCESS;
+    return switchLightExclusively(*this, v, KEY_WHITE_SWITCH, IA_CMD_IR_SWITCH, &ISensorController::setIRSwitch);
 }

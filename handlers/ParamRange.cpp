@@ -7,26 +7,13 @@
 #include <string>
 
 #include "controller/ISensorController.h"
+#include "controller/KeyCatalogue.h"
+#include "handlers/ParamRange.h"
+
+using namespace tarnix::keys;
+#include "controller/SensorDebug.h"
 
 namespace {
-
-// Commands 49 to 82 that may be queried, as a bit mask over cmd - 49:
-// KEY_MAX_SHUTTER 49, 50, 51, 55, 56 and the iris position 82.
-const int kRangeMaskBase = 49;
-const unsigned long long kRangeMask =
-    (1ULL << 0) | (1ULL << 1) | (1ULL << 2) | (1ULL << 6) | (1ULL << 7) | (1ULL << 33);
-// KEY_AUTO_FOCUS_NEAR_LIMIT, queried as well.
-const int kFocusNearLimit = 1537;
-
-bool isQueryable(int p_nCmd) {
-    if (p_nCmd == kFocusNearLimit) {
-        return true;
-    }
-    if (p_nCmd < kRangeMaskBase || p_nCmd > kRangeMaskBase + 63) {
-        return false;
-    }
-    return ((kRangeMask >> (p_nCmd - kRangeMaskBase)) & 1ULL) != 0;
-}
 
 template <typename T> T clampCount(T p_nCount, T p_nMax) {
     if (p_nCount < 0) {
@@ -37,25 +24,37 @@ template <typename T> T clampCount(T p_nCount, T p_nMax) {
 
 } // namespace
 
+namespace tarnix {
+
+// The shutter limits, the iris position and the auto-focus near limit.
+bool isRangeQueryable(int p_nCmd) {
+    switch (p_nCmd) {
+    case KEY_MAX_SHUTTER:
+    case KEY_FIX_SHUTTER:
+    case KEY_MIN_SHUTTER:
+    case KEY_MIN_SHUTTER_NIGHT:
+    case KEY_MAX_SHUTTER_NIGHT:
+    case KEY_IRIS_POSITION:
+    case KEY_AUTO_FOCUS_NEAR_LIMIT:
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace tarnix
+
 bool ISensorController::getSensorParamRange(int cmd, int& defaultValue, std::string& range) {
     ia_dynamic_cmd_list_st dnaCmdList;
-    std::memset(&dnaCmdList, 0, sizeof(dnaCmdList));
-    int nRet = ia_ioctrl_v2(m_nCameraID - 1, IA_CMD_DYNAMIC_PARAMS_CMDS_GET, IA_CMD_OPT_GET,
-                            static_cast<void*>(&dnaCmdList));
+    int nRet = readDynamicCommandList(m_nCameraID - 1, dnaCmdList);
     SENSOR_ASSERT_T(
         SNS_SUCCESS == nRet,
         "SNS_SUCCESS == ia_ioctrl_v2(m_nCameraID-1, IA_CMD_DYNAMIC_PARAMS_CMDS_GET, IA_CMD_OPT_GET, "
         "(void*)(&dnaCmdList))",
         "");
-    if (nRet != SNS_SUCCESS) {
-        std::memset(&dnaCmdList, 0, sizeof(dnaCmdList));
-    }
-
-    // The ISP lists at most 16 commands.
-    const int32_t nCmdCount = clampCount<int32_t>(dnaCmdList.cmd_cnt, IA_DYNAMIC_CMD_MAX);
     bool bListed = false;
-    for (int32_t i = 0; i < nCmdCount; ++i) {
-        if (static_cast<int>(dnaCmdList.cmd_list[i]) == cmd && isQueryable(cmd)) {
+    for (int32_t i = 0; i < dnaCmdList.cmd_cnt; ++i) {
+        if (static_cast<int>(dnaCmdList.cmd_list[i]) == cmd && tarnix::isRangeQueryable(cmd)) {
             bListed = true;
             break;
         }

@@ -5,6 +5,8 @@
 #include <string>
 
 #include "controller/ISensorController.h"
+#include "controller/KeyCatalogue.h"
+#include "controller/SensorDebug.h"
 #include "handlers/ShutterList.h"
 #include "platform/StringHandler.h"
 
@@ -36,8 +38,7 @@ namespace {
 
 using tarnix::parseShutterList;
 using tarnix::ShutterList;
-
-const int kKeyMaxShutter = 49;
+using tarnix::keys::KEY_MAX_SHUTTER;
 
 // Position of the first entry equal to p_nValue, -1 when there is none.
 int findShutter(const ShutterList& p_stList, int p_nValue) {
@@ -53,7 +54,7 @@ int findShutter(const ShutterList& p_stList, int p_nValue) {
 ShutterList fetchShutterList(ISensorController& p_objController) {
     int nDefault = 0;
     std::string strRange;
-    p_objController.getSensorParamRange(kKeyMaxShutter, nDefault, strRange);
+    p_objController.getSensorParamRange(KEY_MAX_SHUTTER, nDefault, strRange);
     ShutterList stList;
     parseShutterList(strRange, stList);
     return stList;
@@ -64,11 +65,28 @@ ShutterList fetchShutterList(ISensorController& p_objController) {
 bool findCurrentShutter(ISensorController& p_objController, const ShutterList& p_stList, int& p_nCur,
                         int& p_nPos) {
     p_nCur = 0;
-    if (p_objController.doIaCmd(kKeyMaxShutter, IA_CMD_OPT_GET, &p_nCur) != SNS_SUCCESS) {
+    if (p_objController.doIaCmd(KEY_MAX_SHUTTER, IA_CMD_OPT_GET, &p_nCur) != SNS_SUCCESS) {
         return false;
     }
     p_nPos = findShutter(p_stList, p_nCur);
     return p_nPos >= 0;
+}
+
+// One step (+1 up, -1 down) through the list from the ISP's current maximum
+// shutter. At either end the step hands the unchanged value on; setParameter
+// skips it, so a step past the end succeeds and changes nothing.
+bool stepShutter(ISensorController& p_objController, int p_nStep) {
+    ShutterList stList = fetchShutterList(p_objController);
+    int nCur = 0;
+    int nPos = -1;
+    if (!findCurrentShutter(p_objController, stList, nCur, nPos)) {
+        return false;
+    }
+    const int nNext = nPos + p_nStep;
+    if (nNext >= 0 && nNext < stList.count) {
+        nCur = stList.values[nNext];
+    }
+    return p_objController.setParameter(KEY_MAX_SHUTTER, nCur, true) == SNS_SUCCESS;
 }
 
 } // namespace
@@ -89,33 +107,13 @@ bool ISensorController::setShutterValue(int index) {
     if (stList.count == 0 || index >= stList.count || index < 0) {
         return false;
     }
-    return setParameter(kKeyMaxShutter, stList.values[index], true) == SNS_SUCCESS;
+    return setParameter(KEY_MAX_SHUTTER, stList.values[index], true) == SNS_SUCCESS;
 }
 
-// At either end the step hands the unchanged value on; setParameter skips
-// it, so a step past the end succeeds and changes nothing.
 bool ISensorController::shutterUp() {
-    ShutterList stList = fetchShutterList(*this);
-    int nCur = 0;
-    int nPos = -1;
-    if (!findCurrentShutter(*this, stList, nCur, nPos)) {
-        return false;
-    }
-    if (nPos != stList.count - 1) {
-        nCur = stList.values[nPos + 1];
-    }
-    return setParameter(kKeyMaxShutter, nCur, true) == SNS_SUCCESS;
+    return stepShutter(*this, 1);
 }
 
 bool ISensorController::shutterDown() {
-    ShutterList stList = fetchShutterList(*this);
-    int nCur = 0;
-    int nPos = -1;
-    if (!findCurrentShutter(*this, stList, nCur, nPos)) {
-        return false;
-    }
-    if (nPos != 0) {
-        nCur = stList.values[nPos - 1];
-    }
-    return setParameter(kKeyMaxShutter, nCur, true) == SNS_SUCCESS;
+    return stepShutter(*this, -1);
 }

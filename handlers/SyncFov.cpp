@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "controller/ISensorController.h"
+#include "controller/SensorDebug.h"
 #include "platform/PXFile.h"
 
 namespace {

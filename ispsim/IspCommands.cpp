@@ -60,6 +60,9 @@ void storedRecord(const ChannelState& p_stChannel, uint32_t p_nCmd, std::vector<
 }
 
 int doSet(ChannelState& p_stChannel, uint32_t p_nCmd, const std::vector<uint32_t>& p_vecWords) {
+    if (p_stChannel.defects.setIgnoredSets.count(p_nCmd) != 0) {
+        return 0;
+    }
     auto& values = p_stChannel.mapValues;
     if (p_nCmd == kCmdDtnThr || p_nCmd == kCmdNtdThr) {
         values[kCmdDtnThr] = {p_vecWords[0]};
@@ -103,7 +106,9 @@ int doGet(const ChannelState& p_stChannel, uint32_t p_nCmd, std::vector<uint32_t
     } else if (p_nCmd == IA_CMD_DYNAMIC_PARAMS_CMDS_GET) {
         std::fill(p_vecWords.begin(), p_vecWords.end(), 0u);
         size_t count = std::min(p_stChannel.vecDynamicOrder.size(), static_cast<size_t>(IA_DYNAMIC_CMD_MAX));
-        p_vecWords[0] = static_cast<uint32_t>(count);
+        // An uncapped list counts every command but has room for 16 only.
+        p_vecWords[0] = static_cast<uint32_t>(p_stChannel.defects.bUncappedList ? p_stChannel.vecDynamicOrder.size()
+                                                                                : count);
         for (size_t i = 0; i < count; ++i) {
             p_vecWords[1 + i] = p_stChannel.vecDynamicOrder[i];
         }
@@ -127,10 +132,20 @@ int doRange(const ChannelState& p_stChannel, uint32_t p_nCmd, std::vector<uint32
         record.min_val = *std::min_element(param.vecItems.begin(), param.vecItems.end());
         record.max_val = *std::max_element(param.vecItems.begin(), param.vecItems.end());
     }
+    if (param.bHasMin) {
+        record.min_val = param.nMin;
+    }
+    if (param.bHasMax) {
+        record.max_val = param.nMax;
+    }
     size_t count = std::min(param.vecItems.size(), static_cast<size_t>(IA_DYNAMIC_ITEM_MAX));
     record.items_cnt = static_cast<int32_t>(count);
     for (size_t i = 0; i < count; ++i) {
         record.item[i] = param.vecItems[i];
+    }
+    auto forced = p_stChannel.defects.mapItemsCount.find(p_nCmd);
+    if (forced != p_stChannel.defects.mapItemsCount.end()) {
+        record.items_cnt = forced->second;
     }
     std::memcpy(p_vecWords.data(), &record, sizeof(record));
     return 0;
@@ -216,6 +231,12 @@ int execute(ChannelState& p_stChannel, uint32_t p_nCmd, unsigned int p_nOpt, std
         return result;
     }
     case IA_CMD_OPT_CORRECT_PARAM: {
+        auto forced = p_stChannel.defects.mapCorrectTo.find(p_nCmd);
+        if (forced != p_stChannel.defects.mapCorrectTo.end()) {
+            p_vecWords[0] = static_cast<uint32_t>(forced->second);
+            p_bWrite = true;
+            return 0;
+        }
         auto it = p_stChannel.mapDynamic.find(p_nCmd);
         if (it != p_stChannel.mapDynamic.end() && !it->second.vecItems.empty()) {
             int32_t value = static_cast<int32_t>(p_vecWords[0]);

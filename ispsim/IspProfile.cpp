@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <fstream>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -117,7 +118,8 @@ bool parseInt32(const std::string& p_strWord, int32_t& p_nOut) {
     return true;
 }
 
-// `dynamic CMD default D items V1 V2 ... [type T]`
+// `dynamic CMD default D items V1 V2 ... [type T] [min M] [max N]`: the
+// clauses after the items in any order, each at most once.
 bool parseDynamic(const std::vector<std::string>& p_vecWords, int p_nChannel) {
     uint32_t cmd = 0;
     int32_t def = 0;
@@ -125,23 +127,121 @@ bool parseDynamic(const std::vector<std::string>& p_vecWords, int p_nChannel) {
         !parseInt32(p_vecWords[3], def) || p_vecWords[4] != "items") {
         return false;
     }
+    auto isClause = [](const std::string& p_strWord) {
+        return p_strWord == "type" || p_strWord == "min" || p_strWord == "max";
+    };
     std::vector<int32_t> items;
-    int32_t type = 0;
     size_t i = 5;
-    for (; i < p_vecWords.size() && p_vecWords[i] != "type"; ++i) {
+    for (; i < p_vecWords.size() && !isClause(p_vecWords[i]); ++i) {
         int32_t item = 0;
         if (!parseInt32(p_vecWords[i], item)) {
             return false;
         }
         items.push_back(item);
     }
-    if (i < p_vecWords.size()) {
-        if (i + 2 != p_vecWords.size() || !parseInt32(p_vecWords[i + 1], type)) {
+    std::map<std::string, int32_t> clauses;
+    for (; i < p_vecWords.size(); i += 2) {
+        int32_t value = 0;
+        if (!isClause(p_vecWords[i]) || i + 1 >= p_vecWords.size() || clauses.count(p_vecWords[i]) != 0 ||
+            !parseInt32(p_vecWords[i + 1], value)) {
             return false;
         }
+        clauses[p_vecWords[i]] = value;
     }
-    setDynamicParam(p_nChannel, cmd, def, items, type);
+    setDynamicParam(p_nChannel, cmd, def, items, clauses.count("type") != 0 ? clauses["type"] : 0);
+    internal::editChannel(p_nChannel, [&](internal::ChannelState& p_stState) {
+        internal::DynamicParam& param = p_stState.mapDynamic[cmd];
+        param.bHasMin = clauses.count("min") != 0;
+        param.nMin = param.bHasMin ? clauses["min"] : 0;
+        param.bHasMax = clauses.count("max") != 0;
+        param.nMax = param.bHasMax ? clauses["max"] : 0;
+    });
     return true;
+}
+
+// `defect NAME ...`: one seeded fault (docs/simulator.md lists them).
+bool parseDefect(const std::vector<std::string>& p_vecWords, int p_nChannel) {
+    if (p_vecWords.size() < 2) {
+        return false;
+    }
+    const std::string& name = p_vecWords[1];
+    const size_t nArgs = p_vecWords.size() - 2;
+    auto word = [&](size_t p_nIndex, uint32_t& p_nOut) { return parseWord(p_vecWords[2 + p_nIndex], p_nOut); };
+    auto number = [&](size_t p_nIndex, int64_t p_nMin, int64_t p_nMax, int64_t& p_nOut) {
+        return parseInteger(p_vecWords[2 + p_nIndex], p_nMin, p_nMax, p_nOut);
+    };
+    using internal::ChannelState;
+    using internal::GlobalDefects;
+    if (name == "accept-unknown" || name == "shared-channels") {
+        if (nArgs != 0) {
+            return false;
+        }
+        const bool bUnknown = name == "accept-unknown";
+        internal::editDefects([bUnknown](GlobalDefects& p_stDefects) {
+            (bUnknown ? p_stDefects.bAcceptUnknown : p_stDefects.bSharedChannels) = true;
+        });
+        return true;
+    }
+    if (name == "uncapped-list") {
+        if (nArgs != 0) {
+            return false;
+        }
+        internal::editChannel(p_nChannel, [](ChannelState& p_stState) { p_stState.defects.bUncappedList = true; });
+        return true;
+    }
+    if (name == "ignore-set") {
+        uint32_t cmd = 0;
+        if (nArgs != 1 || !word(0, cmd)) {
+            return false;
+        }
+        internal::editChannel(p_nChannel,
+                              [cmd](ChannelState& p_stState) { p_stState.defects.setIgnoredSets.insert(cmd); });
+        return true;
+    }
+    if (name == "overrun") {
+        uint32_t cmd = 0;
+        int64_t opt = 0;
+        int64_t count = 0;
+        if (nArgs != 3 || !word(0, cmd) || !number(1, 0, INT32_MAX, opt) ||
+            !number(2, 1, internal::kMaxOverrunWords, count)) {
+            return false;
+        }
+        internal::editChannel(p_nChannel, [&](ChannelState& p_stState) {
+            p_stState.defects.mapOverrun[std::make_pair(cmd, static_cast<unsigned int>(opt))] =
+                static_cast<uint32_t>(count);
+        });
+        return true;
+    }
+    if (name == "delay" || name == "busy") {
+        const bool bDelay = name == "delay";
+        uint32_t cmd = 0;
+        int64_t micros = 0;
+        const size_t nWanted = bDelay ? 2 : 1;
+        if (nArgs != nWanted || (bDelay && !word(0, cmd)) || !number(nWanted - 1, 1, 10000000, micros)) {
+            return false;
+        }
+        internal::editChannel(p_nChannel, [&](ChannelState& p_stState) {
+            if (bDelay) {
+                p_stState.defects.mapDelayMicros[cmd] = static_cast<uint32_t>(micros);
+            } else {
+                p_stState.defects.nBusyMicros = static_cast<uint32_t>(micros);
+            }
+        });
+        return true;
+    }
+    if (name == "correct-to" || name == "items-count") {
+        uint32_t cmd = 0;
+        int32_t value = 0;
+        if (nArgs != 2 || !word(0, cmd) || !parseInt32(p_vecWords[3], value)) {
+            return false;
+        }
+        const bool bCorrect = name == "correct-to";
+        internal::editChannel(p_nChannel, [&](ChannelState& p_stState) {
+            (bCorrect ? p_stState.defects.mapCorrectTo : p_stState.defects.mapItemsCount)[cmd] = value;
+        });
+        return true;
+    }
+    return false;
 }
 
 // One stripped, non-empty line. p_nChannel is the channel of `channel` lines.
@@ -171,6 +271,9 @@ bool parseLine(const std::string& p_strLine, int& p_nChannel) {
     }
     if (keyword == "dynamic") {
         return parseDynamic(words, p_nChannel);
+    }
+    if (keyword == "defect") {
+        return parseDefect(words, p_nChannel);
     }
     if (keyword == "exposure") {
         std::vector<uint32_t> record(3, 0);
@@ -210,12 +313,27 @@ bool parseLine(const std::string& p_strLine, int& p_nChannel) {
 
 } // namespace
 
-bool loadProfile(const std::string& path) {
+namespace {
+
+// Deepest chain of included profiles; deeper (or circular) includes fail.
+const int kMaxIncludeDepth = 8;
+
+// The file named by an include line, relative to the including file's
+// directory unless absolute.
+std::string includedPath(const std::string& p_strIncluder, const std::string& p_strName) {
+    if (!p_strName.empty() && p_strName[0] == '/') {
+        return p_strName;
+    }
+    size_t slash = p_strIncluder.rfind('/');
+    return slash == std::string::npos ? p_strName : p_strIncluder.substr(0, slash + 1) + p_strName;
+}
+
+bool loadFile(const std::string& p_strPath, int p_nDepth) {
     struct stat st;
-    if (::stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) {
+    if (p_nDepth > kMaxIncludeDepth || ::stat(p_strPath.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) {
         return false;
     }
-    std::ifstream in(path, std::ios::binary);
+    std::ifstream in(p_strPath, std::ios::binary);
     if (!in) {
         return false;
     }
@@ -226,11 +344,25 @@ bool loadProfile(const std::string& path) {
         if (text.empty()) {
             continue;
         }
+        std::vector<std::string> words = splitWords(text);
+        if (words[0] == "include") {
+            // The rest of the line names the file; it is read like a profile
+            // of its own and leaves this file's channel as it was.
+            std::string name = stripLine(text.substr(words[0].size()));
+            if (name.empty() || !loadFile(includedPath(p_strPath, name), p_nDepth + 1)) {
+                return false;
+            }
+            continue;
+        }
         if (!parseLine(text, channel)) {
             return false;
         }
     }
     return !in.bad();
 }
+
+} // namespace
+
+bool loadProfile(const std::string& path) { return loadFile(path, 0); }
 
 } // namespace ispsim

@@ -3,10 +3,13 @@
 #include "ispsim/ispsim.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 #include <deque>
 #include <map>
+#include <utility>
 #include <mutex>
+#include <thread>
 
 #include "ispsim/IspSimInternal.h"
 #include "platform/ia_ioctrl.h"
@@ -31,6 +34,8 @@ struct Simulator {
     std::map<int, ChannelState> mapChannels;
     std::vector<Failure> vecFailures;
     std::deque<Call> dequeCalls;
+    GlobalDefects defects;
+    ispsim::CallObserver observer;
 };
 
 Simulator& sim() {
@@ -70,7 +75,61 @@ void appendCall(Simulator& p_stSim, Call&& p_stCall) {
     }
 }
 
+// Words a seeded overrun writes past a record: this value plus the word's
+// index, so that a reader of the damage can tell where it came from.
+const uint32_t kOverrunPattern = 0x0BAD0000u;
+
+// Carries out a call on the state of channel p_nChannel with the channel's
+// seeded delays: a delayed call sleeps with the lock released, and on a busy
+// channel a second call arriving meanwhile fails with kBusyResult.
+int runOnChannel(Simulator& p_stSim, std::unique_lock<std::mutex>& p_objLock, int p_nChannel, uint32_t p_nCmd,
+                 unsigned int p_nOpt, std::vector<uint32_t>& p_vecWords, bool& p_bWrite, uint32_t& p_nOverrun) {
+    ChannelState* pState = &p_stSim.mapChannels[p_nChannel];
+    auto delay = pState->defects.mapDelayMicros.find(p_nCmd);
+    const uint32_t nDelay = delay == pState->defects.mapDelayMicros.end() ? 0u : delay->second;
+    const uint32_t nBusy = pState->defects.nBusyMicros;
+    if (nBusy > 0) {
+        if (pState->bInCall) {
+            p_bWrite = false;
+            return kBusyResult;
+        }
+        pState->bInCall = true;
+    }
+    if (nDelay > 0 || nBusy > 0) {
+        p_objLock.unlock();
+        std::this_thread::sleep_for(std::chrono::microseconds(static_cast<uint64_t>(nDelay) + nBusy));
+        p_objLock.lock();
+        // reset() may have replaced the channel's state meanwhile.
+        pState = &p_stSim.mapChannels[p_nChannel];
+        pState->bInCall = false;
+    }
+    int nResult = execute(*pState, p_nCmd, p_nOpt, p_vecWords, p_bWrite);
+    p_nOverrun = 0;
+    if (p_bWrite) {
+        auto overrun = pState->defects.mapOverrun.find(std::make_pair(p_nCmd, p_nOpt));
+        if (overrun != pState->defects.mapOverrun.end()) {
+            p_nOverrun = overrun->second;
+        }
+    }
+    return nResult;
+}
+
 } // namespace
+
+void editChannel(int p_nChannel, const std::function<void(ChannelState&)>& p_fnEdit) {
+    if (p_nChannel < 0) {
+        return;
+    }
+    Simulator& s = sim();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    p_fnEdit(s.mapChannels[p_nChannel]);
+}
+
+void editDefects(const std::function<void(GlobalDefects&)>& p_fnEdit) {
+    Simulator& s = sim();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    p_fnEdit(s.defects);
+}
 
 void setRecord(int p_nChannel, uint32_t p_nCmd, const std::vector<uint32_t>& p_vecWords) {
     if (p_nChannel < 0) {
@@ -109,6 +168,7 @@ void reset() {
     s.mapChannels.clear();
     s.vecFailures.clear();
     s.dequeCalls.clear();
+    s.defects = internal::GlobalDefects();
 }
 
 void setValue(int channel, unsigned int cmd, uint32_t value) {
@@ -183,16 +243,25 @@ void clearCalls() {
     s.dequeCalls.clear();
 }
 
+void setCallObserver(CallObserver observer) {
+    auto& s = sim();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    s.observer = std::move(observer);
+}
+
 } // namespace ispsim
 
 extern "C" int ia_ioctrl_v2(int channel, ia_cmd_e cmd, unsigned int opt, void* data) {
     using namespace ispsim::internal;
     const uint32_t command = static_cast<uint32_t>(cmd);
     Simulator& s = sim();
-    std::lock_guard<std::mutex> lock(s.mutex);
+    std::unique_lock<std::mutex> lock(s.mutex);
 
-    ispsim::Call call{channel, command, opt, {}, -1};
+    ispsim::Call call{channel, command, opt, {}, -1, {}};
     if (data == nullptr) {
+        if (s.observer) {
+            s.observer(call, call.data);
+        }
         appendCall(s, std::move(call));
         return -1;
     }
@@ -204,17 +273,31 @@ extern "C" int ia_ioctrl_v2(int channel, ia_cmd_e cmd, unsigned int opt, void* d
 
     int result = -1;
     bool write = false;
+    uint32_t overrun = 0;
     if (channel >= 0) {
         if (const Failure* failure = findFailure(s, channel, command, opt)) {
             result = failure->nResult;
+        } else if (command > kLastCommand && !s.defects.bAcceptUnknown) {
+            result = -1;
         } else {
-            result = execute(s.mapChannels[channel], command, opt, words, write);
+            const int state = s.defects.bSharedChannels ? 0 : channel;
+            result = runOnChannel(s, lock, state, command, opt, words, write, overrun);
         }
     }
     if (write) {
         std::memcpy(data, words.data(), words.size() * sizeof(uint32_t));
+        // A seeded overrun really writes past the record, as a faulty ISP
+        // would: only a caller with guard words behind its buffer survives.
+        uint32_t* pPast = static_cast<uint32_t*>(data) + words.size();
+        for (uint32_t i = 0; i < overrun; ++i) {
+            pPast[i] = kOverrunPattern + i;
+        }
+        call.answer = words;
     }
     call.result = result;
+    if (s.observer) {
+        s.observer(call, write ? words : call.data);
+    }
     appendCall(s, std::move(call));
     return result;
 }

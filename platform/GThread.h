@@ -5,7 +5,7 @@
 #include <string>
 #include <thread>
 
-#include "controller/function.h"
+#include "platform/function.h"
 
 // A named platform thread that calls its body again and again until stop().
 class GThread {

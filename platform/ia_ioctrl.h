@@ -3,42 +3,48 @@
 #include <cstdint>
 
 // ISP command ids. Most image keys of the library use the key id itself as
-// the command id; the names below are the ones the library refers to.
+// the command id; the names below are the ones the library refers to, listed
+// once as X(name, id) so that tools can print them.
+#define IA_CMD_LIST(X) \
+    X(IA_CMD_EXPOSE_MODE, 16)               \
+    X(IA_CMD_EXPOSURE_INFO, 17)             \
+    X(IA_CMD_MAX_SHUTTER, 49)               \
+    X(IA_CMD_IRIS_UP, 83)                   \
+    X(IA_CMD_IRIS_DOWN, 84)                 \
+    X(IA_CMD_IRIS_POSITION, 82)             \
+    X(IA_CMD_DN_STATE, 153)                 \
+    X(IA_CMD_IR_SWITCH, 160)                \
+    X(IA_CMD_WHITE_SWITCH, 168)             \
+    X(IA_CMD_WHITE_MODE, 169)               \
+    X(IA_CMD_IR_LED_INFO, 178)              \
+    X(IA_CMD_LIGHT_TYPE, 224)               \
+    X(IA_CMD_EXPOSURE_STRATEGY, 225)        \
+    X(IA_CMD_AUTO_FOCUS_MODE, 1536)         \
+    X(IA_CMD_AUTO_FOCUS_ONCE, 1539)         \
+    X(IA_CMD_MF_POSITION, 1552)             \
+    X(IA_CMD_FOCUS_NEAR, 1553)              \
+    X(IA_CMD_FOCUS_FAR, 1554)               \
+    X(IA_CMD_MZ_POSITION, 1568)             \
+    X(IA_CMD_ZOOM_IN, 1569)                 \
+    X(IA_CMD_ZOOM_OUT, 1570)                \
+    X(IA_CMD_FOCUS_VALUE, 1603)             \
+    X(IA_CMD_HEAT_STATUS, 1606)             \
+    X(IA_CMD_TEMP_VALUE, 1607)              \
+    X(IA_CMD_LENS_RESET, 1616)              \
+    X(IA_CMD_PTZ_RUN_STATE, 1632)           \
+    X(IA_CMD_AF_STATISTIC, 1648)            \
+    X(IA_CMD_WDR_MODE, 2368)                \
+    X(IA_CMD_WDR_NOTIFY, 2370)              \
+    X(IA_CMD_UI_MIRROR, 2384)               \
+    X(IA_CMD_CAMERA_VERSION, 2496)          \
+    X(IA_CMD_SYNC_CHECK, 2816)              \
+    X(IA_CMD_DYNAMIC_PARAMS_CMDS_GET, 4112) \
+    X(IA_CMD_UI_SHUTTER_RESET, 8231)
+
 enum ia_cmd_e : uint32_t {
-    IA_CMD_EXPOSE_MODE = 16,
-    IA_CMD_EXPOSURE_INFO = 17,
-    IA_CMD_MAX_SHUTTER = 49,
-    IA_CMD_IRIS_UP = 83,
-    IA_CMD_IRIS_DOWN = 84,
-    IA_CMD_IRIS_POSITION = 82,
-    IA_CMD_DN_STATE = 153,
-    IA_CMD_IR_SWITCH = 160,
-    IA_CMD_WHITE_SWITCH = 168,
-    IA_CMD_WHITE_MODE = 169,
-    IA_CMD_IR_LED_INFO = 178,
-    IA_CMD_LIGHT_TYPE = 224,
-    IA_CMD_EXPOSURE_STRATEGY = 225,
-    IA_CMD_AUTO_FOCUS_MODE = 1536,
-    IA_CMD_AUTO_FOCUS_ONCE = 1539,
-    IA_CMD_MF_POSITION = 1552,
-    IA_CMD_FOCUS_NEAR = 1553,
-    IA_CMD_FOCUS_FAR = 1554,
-    IA_CMD_MZ_POSITION = 1568,
-    IA_CMD_ZOOM_IN = 1569,
-    IA_CMD_ZOOM_OUT = 1570,
-    IA_CMD_FOCUS_VALUE = 1603,
-    IA_CMD_HEAT_STATUS = 1606,
-    IA_CMD_TEMP_VALUE = 1607,
-    IA_CMD_LENS_RESET = 1616,
-    IA_CMD_PTZ_RUN_STATE = 1632,
-    IA_CMD_AF_STATISTIC = 1648,
-    IA_CMD_WDR_MODE = 2368,
-    IA_CMD_WDR_NOTIFY = 2370,
-    IA_CMD_UI_MIRROR = 2384,
-    IA_CMD_CAMERA_VERSION = 2496,
-    IA_CMD_SYNC_CHECK = 2816,
-    IA_CMD_DYNAMIC_PARAMS_CMDS_GET = 4112,
-    IA_CMD_UI_SHUTTER_RESET = 8231,
+#define IA_CMD_ENUMERATOR(name, id) name = id,
+    IA_CMD_LIST(IA_CMD_ENUMERATOR)
+#undef IA_CMD_ENUMERATOR
 };
 
 // Option values of ia_ioctrl_v2.

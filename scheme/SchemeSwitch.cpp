@@ -5,7 +5,11 @@
 #define SNS_SOURCE_FILE "ISensorController.cpp"
 #include <cstring>
 
+#include "controller/ApplyGate.h"
 #include "controller/ISensorController.h"
+#include "controller/ParamLock.h"
+#include "controller/SensorDebug.h"
+#include "controller/WorkArray.h"
 #include "platform/PXDeviceTime.h"
 #include "platform/QuorvelTime.h"
 
@@ -38,7 +42,7 @@ const long kBusyWaitUsec = 500000;
 } // namespace
 
 int ISensorController::judgeCurScheme(int& nScheme, int& nSchedule) {
-    std::lock_guard<std::recursive_mutex> gate(m_applyGate);
+    tarnix::GateLock objGate;
     PXDateTime stNow = PXDeviceTime::getCurrentTime();
     const u32 nNow = static_cast<u32>(stNow.hour) * 100u + static_cast<u32>(stNow.minute);
 
@@ -66,8 +70,8 @@ int ISensorController::judgeCurScheme(int& nScheme, int& nSchedule) {
 }
 
 int ISensorController::switch_to(int nScheme, bool bForce) {
-    std::lock_guard<std::recursive_mutex> gate(m_applyGate);
-    setFlag(FLAG_SWITCHING, true);
+    tarnix::GateLock objGate;
+    raiseBusy(FLAG_SWITCHING);
     m_nLastScheme = m_nCurScheme.load();
     m_nCurScheme = nScheme;
 
@@ -88,15 +92,15 @@ int ISensorController::switch_to(int nScheme, bool bForce) {
         }
     }
 
-    setFlag(FLAG_SWITCHING, false);
+    clearBusy(FLAG_SWITCHING);
     // The switch counts as done even when the apply failed: the new index is
     // already current.
     return SNS_SUCCESS;
 }
 
 int ISensorController::LPR_switch_to(int nScheme) {
-    std::lock_guard<std::recursive_mutex> gate(m_applyGate);
-    setFlag(FLAG_SWITCHING, true);
+    tarnix::GateLock objGate;
+    raiseBusy(FLAG_SWITCHING);
     m_nLastScheme = m_nCurScheme.load();
     m_nCurScheme = nScheme;
 
@@ -104,37 +108,52 @@ int ISensorController::LPR_switch_to(int nScheme) {
     if (pRow != nullptr && m_pstKeyValLpr != nullptr && m_nKeyValSum > 0) {
         // Work on a copy: the day/night mode is forced to 0 for the apply
         // only, the stored scheme keeps its own value.
-        std::memcpy(m_pstKeyValLpr, pRow, sizeof(KeyVal) * m_nKeyValSum);
+        u32 nCapacity = m_nKeyValSum;
+        tarnix::WorkArray objWork(m_pstKeyValLpr, nCapacity, m_nKeyValLprUsers, m_nKeyValSum, false);
+        KeyVal* pWork = objWork.data();
+        std::memcpy(pWork, pRow, sizeof(KeyVal) * m_nKeyValSum);
         for (u32 i = 0; i < m_nKeyValSum; ++i) {
-            if (m_pstKeyValLpr[i].key == kKeyDnMode) {
-                m_pstKeyValLpr[i].value = 0;
+            if (pWork[i].key == kKeyDnMode) {
+                pWork[i].value = 0;
                 break;
             }
         }
-        setParameters(m_pstKeyValLpr, m_nKeyValSum, false);
+        setParameters(pWork, m_nKeyValSum, false);
     }
 
-    setFlag(FLAG_SWITCHING, false);
+    clearBusy(FLAG_SWITCHING);
     return SNS_SUCCESS;
 }
 
 bool ISensorController::setParamScheme(int p_nScheme) {
-    SENSOR_PARAM_LOCK();
+    tarnix::ParamLock objLock(*this, __LINE__);
     // A bad index is reported but still switched to.
     SENSOR_ASSERT_T(p_nScheme >= 0 && static_cast<u32>(p_nScheme) <= m_stSysConf.nSchemeSum,
                     "p_nScheme >= 0 && (u32)p_nScheme <= m_stSysConf.nSchemeSum", "p_nScheme(%d)\n", p_nScheme);
+    if (busyRaisedHere()) {
+        // Called from a module callback inside this controller's own switch,
+        // restore or reset: waiting for it to end would never end. The
+        // request is kept and carried out, as a non-forced switch, when the
+        // outermost busy operation ends; the switch reports success anyway.
+        m_nRequestedScheme = p_nScheme;
+        m_bSchemeRequested = true;
+        return true;
+    }
     while (isBusy()) {
         QuorvelTime::wait(QuorvelTime(0, kBusyWaitUsec));
     }
-    return SNS_SUCCESS == switch_to(p_nScheme, false);
+    int nRet = switch_to(p_nScheme, false);
+    return SNS_SUCCESS == nRet;
 }
 
 bool ISensorController::setParamMode(int p_nMode) {
-    SENSOR_PARAM_LOCK();
+    tarnix::ParamLock objLock(*this, __LINE__);
     // Any non-zero mode keeps automatic switching on; an unexpected one is
     // reported and stored as given.
     SENSOR_ASSERT_T(static_cast<u32>(p_nMode) <= 1, "0 == p_nMode || 1 == p_nMode", "p_nMode(%d)\n", p_nMode);
-    while (isBusy()) {
+    // From a module callback inside this controller's own busy operation the
+    // mode is stored at once: it is read only at the start of a pass.
+    while (isBusy() && !busyRaisedHere()) {
         QuorvelTime::wait(QuorvelTime(0, kBusyWaitUsec));
     }
     m_nMode = p_nMode;
@@ -159,7 +178,7 @@ int ISensorController::getParamSchemeTime(int key) {
     default:
         return -1;
     }
-    std::lock_guard<std::recursive_mutex> gate(m_applyGate);
+    tarnix::GateLock objGate;
     const KeyVal* pRow = schemeRow(static_cast<u32>(m_nCurScheme.load()));
     if (pRow == nullptr || nEntry >= m_nKeyValSum) {
         return -1;

@@ -8,7 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "controller/ApplyGate.h"
 #include "controller/ISensorController.h"
+#include "controller/SensorDebug.h"
 #include "platform/QuorvelTime.h"
 
 namespace {
@@ -26,19 +28,37 @@ int ISensorController::sensorThread() {
     if (!testFlag(FLAG_RESETTING)) {
         QuorvelTime::wait(QuorvelTime(1, 0));
     }
-    // A host that is applying parameters holds the gate: the thread never
-    // waits for it, the switch is simply decided again next second.
-    std::unique_lock<std::recursive_mutex> gate(m_applyGate, std::try_to_lock);
-    if (!gate.owns_lock()) {
-        // During a reset the pass skips its sleep; a short pause here keeps
-        // the thread from spinning on the gate until the reset is done.
-        if (testFlag(FLAG_RESETTING)) {
-            QuorvelTime::wait(QuorvelTime(0, 50000));
-        }
+    // The pending field-of-view action runs in every pass, whatever the
+    // hosts are doing, and takes no lock.
+    runPendingAction();
+
+    if (m_nMode.load() == 0) {
+        return 0;
+    }
+    // The scheme decision needs the apply gate. The pass waits for it ahead
+    // of every host, but for one pass period at most and not once the thread
+    // is being stopped; a pass that did not get it leaves the decision to
+    // the next one.
+    tarnix::ApplyGate& objGate = tarnix::ApplyGate::instance();
+    if (!objGate.lockForPass(m_bStopRequested)) {
         return 0;
     }
     sensorPass();
+    objGate.unlock();
     return 0;
+}
+
+void ISensorController::runPendingAction() {
+    // One post (doIoCrtl) is carried out at most once: the channel mark is
+    // taken back first, then the key, each in one atomic step. A post that
+    // races with the take may be lost, never run twice.
+    int nChannel = m_nCameraID;
+    if (!m_nChanneldDosomething.compare_exchange_strong(nChannel, -1)) {
+        return;
+    }
+    if (m_nPassKeycmd.exchange(-1) == kKeySyncFov) {
+        sync_fov();
+    }
 }
 
 // A non-forced switch to nScheme unless it is already current or a busy
@@ -47,20 +67,11 @@ void ISensorController::switchIfNeeded(int nScheme) {
     if (nScheme == m_nCurScheme.load() || isBusy()) {
         return;
     }
-    SENSOR_ASSERT_T(SNS_SUCCESS == switch_to(nScheme, false), "SNS_SUCCESS == switch_to(nScheme)", "nScheme(%d)\n",
-                    nScheme);
+    int nRet = switch_to(nScheme, false);
+    SENSOR_ASSERT_T(SNS_SUCCESS == nRet, "SNS_SUCCESS == switch_to(nScheme)", "nScheme(%d)\n", nScheme);
 }
 
 void ISensorController::sensorPass() {
-    // Pending action posted by any channel's doIoCrtl; it belongs to one channel.
-    if (m_nCameraID == m_nChanneldDosomething.load()) {
-        if (m_nPassKeycmd.load() == kKeySyncFov) {
-            sync_fov();
-        }
-        m_nChanneldDosomething = -1;
-        m_nPassKeycmd = -1;
-    }
-
     if (m_nMode.load() == 0) {
         return;
     }
@@ -82,10 +93,11 @@ void ISensorController::sensorPass() {
         return;
     }
 
-    SENSOR_ASSERT_T(SNS_SUCCESS == judgeCurScheme(nScheme, nSchedule),
-                    "SNS_SUCCESS == judgeCurScheme(nScheme, nSchedule)", "nScheme(%d)\n", nScheme);
+    int nRet = judgeCurScheme(nScheme, nSchedule);
+    SENSOR_ASSERT_T(SNS_SUCCESS == nRet, "SNS_SUCCESS == judgeCurScheme(nScheme, nSchedule)", "nScheme(%d)\n",
+                    nScheme);
 
-    if (!m_bLprMode) {
+    if (!m_bLprMode.load()) {
         switchIfNeeded(nScheme);
         return;
     }
@@ -93,21 +105,23 @@ void ISensorController::sensorPass() {
     // Plate recognition: the timed schemes take precedence over day/night;
     // entering a window forces a full apply, and outside every window the
     // day (0) or night (1) scheme is applied in full with day/night mode 0.
+    const u32 nLastSchedule = m_nLastSchedule.load();
     if (nSchedule != 0) {
-        if (static_cast<u32>(nSchedule) == m_nLastSchedule && nScheme == m_nCurScheme.load()) {
+        if (static_cast<u32>(nSchedule) == nLastSchedule && nScheme == m_nCurScheme.load()) {
             return;
         }
         if (isBusy()) {
             return;
         }
-        if (static_cast<u32>(nSchedule) == m_nLastSchedule) {
+        if (static_cast<u32>(nSchedule) == nLastSchedule) {
             // Still inside a window, but another scheme is current.
-            SENSOR_ASSERT_T(SNS_SUCCESS == switch_to(nScheme, false), "SNS_SUCCESS == switch_to(nScheme)",
-                            "nScheme(%d)\n", nScheme);
+            nRet = switch_to(nScheme, false);
+            SENSOR_ASSERT_T(SNS_SUCCESS == nRet, "SNS_SUCCESS == switch_to(nScheme)", "nScheme(%d)\n", nScheme);
         } else {
             // The window has just begun.
-            SENSOR_ASSERT_T(SNS_SUCCESS == switch_to(nScheme, true), "SNS_SUCCESS == switch_to(nScheme, true)",
-                            "nScheme(%d)\n", nScheme);
+            nRet = switch_to(nScheme, true);
+            SENSOR_ASSERT_T(SNS_SUCCESS == nRet, "SNS_SUCCESS == switch_to(nScheme, true)", "nScheme(%d)\n",
+                            nScheme);
         }
     } else {
         int nState = 0;
@@ -115,7 +129,7 @@ void ISensorController::sensorPass() {
             nState = 0;
         }
         nScheme = dayNightScheme(nState);
-        if (m_nLastSchedule == 0 && nScheme == m_nCurScheme.load()) {
+        if (nLastSchedule == 0 && nScheme == m_nCurScheme.load()) {
             return;
         }
         if (isBusy()) {

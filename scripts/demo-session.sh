@@ -7,8 +7,9 @@
 #
 # Lines starting with "==>" are this script's narration, lines starting with
 # "sensorctl:" (and "sensorctl>" for the shell's commands) are sensorctl's
-# own results; every other line is the library's console output, as an
-# engineer sees it on a device.
+# own results. The library's console output (traces, assertion reports)
+# goes to ROOT/sensorctl.log, as each run's last line says; add --verbose to
+# a sensorctl command to see it as an engineer sees it on a device.
 set -euo pipefail
 
 if [[ $# -ne 2 ]]; then
@@ -19,7 +20,8 @@ ROOT=$1
 SCTL=$2
 CFG=/mnt/mtd/code/config_file
 
-say() { printf '\n==> %s\n' "$*"; }
+say() { printf '\n==> %s\n' "$*"; }   # a new paragraph of narration
+more() { printf '==> %s\n' "$*"; }     # its next line
 sctl() { "$SCTL" --root "$ROOT" "$@"; }
 files() { # the channel's parameter files, as the camera's flash holds them
     local f found=0
@@ -34,12 +36,13 @@ files() { # the channel's parameter files, as the camera's flash holds them
 say "Boot. Before the first init the flash holds no parameter files:"
 files
 say "First init of channel 1 (sensorctl scheme): merged style, factory values, scheme files, sensor thread."
+more "The library's own console output of each run goes to $ROOT/sensorctl.log."
 sctl scheme
 say "The init created one file per user scheme and the version stamp:"
 files
 
 say "The typical request from the web page: brightness 60, saturation 45, then flush."
-say "The ISP commands it caused follow the result (--log)."
+more "The ISP commands it caused follow the result (--log)."
 sctl --log set '(34,60)(2337,45)'
 
 say "Read back in a new run (the values come from the stored scheme):"
@@ -51,8 +54,8 @@ sctl cfg dump "$CFG/sensor1_0.cfg" | sed -n '1,9p'
 echo "==>   ... (one line per record)"
 
 say "Time windows: scheme 0 runs 00:00-08:00 with the time schedule on (scheme mode 1), scheme 1"
-say "08:00-20:00 with brightness 75. The fake clock moves and the sensor thread switches;"
-say "only the keys that differ between the two schemes reach the ISP."
+more "08:00-20:00 with brightness 75. The fake clock moves and the sensor thread switches;"
+more "only the keys that differ between the two schemes reach the ISP."
 sctl shell <<'SESSION'
 clock 07:00
 mode 0
@@ -75,7 +78,7 @@ log
 SESSION
 
 say "Day/night: scheme mode 2 makes scheme 0 the day scheme and scheme 1 the night scheme."
-say "The simulated ISP reports night, later day again."
+more "The simulated ISP reports night, later day again; the thread's reads of command 153 show it."
 sctl --clock 12:00 shell <<'SESSION'
 mode 0
 scheme 0

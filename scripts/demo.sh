@@ -9,7 +9,8 @@
 # Environment: TARNIX_DEMO_BUILD (default build/demo), JOBS (default nproc).
 #
 # Lines starting with "==>" are narration, "sensorctl:" lines are the tool's
-# results, everything else is the library's own console output.
+# results; the library's own console output of each run is kept in the
+# camera's sensorctl.log (sensorctl --verbose shows it).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 SRC=$(pwd)
@@ -45,3 +46,4 @@ echo
 echo "==> Done. The camera's files stay in $CAMERA; try for example:"
 echo "==>   $SENSORCTL --root $CAMERA all"
 echo "==>   $SENSORCTL --root $CAMERA shell"
+echo "==>   $SENSORCTL --root $CAMERA --verbose scheme    # with the library's console output"

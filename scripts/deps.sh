@@ -1,20 +1,29 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build needs, if any is missing.
-# Usage: scripts/deps.sh [base|test|cross|fuzz|node|all]...
+# Usage: scripts/deps.sh [base|test|cross|fuzz|browser|node|all]...
 set -euo pipefail
 
 want=()
 for group in "${@:-base}"; do
     case "$group" in
-        base) want+=(g++ cmake make libtinyxml-dev libssl-dev) ;;
-        test) want+=(g++ cmake make libtinyxml-dev libssl-dev pkg-config libcpp-httplib-dev libgtest-dev libgmock-dev
-                     libbenchmark-dev) ;;
-        cross) want+=(g++-aarch64-linux-gnu qemu-user libtinyxml-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64) ;;
+        # sensorctl is part of a normal build, its serve command needs cpp-httplib and nlohmann-json;
+        # the ONVIF services need libssl for their digests.
+        # CLI11 and nlohmann-json are header-only (architecture "all"): the
+        # same packages serve native and cross builds of tarnix-conformance.
+        base) want+=(g++ cmake make libtinyxml-dev pkg-config libcpp-httplib-dev nlohmann-json3-dev libcli11-dev
+                     libssl-dev) ;;
+        test) want+=(g++ cmake make libtinyxml-dev libgtest-dev libgmock-dev libbenchmark-dev
+                     pkg-config libcpp-httplib-dev nlohmann-json3-dev libcli11-dev libssl-dev) ;;
+        cross) want+=(g++-aarch64-linux-gnu qemu-user libtinyxml-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64
+                      libcli11-dev nlohmann-json3-dev) ;;
         fuzz) want+=(clang libclang-rt-dev) ;;
+        # The settings page of sensorctl serve in a real browser.
+        browser) want+=(chromium chromium-driver python3-selenium) ;;
         # The ONVIF end-to-end client runs on node; an installed node counts.
         node) command -v node >/dev/null && command -v npm >/dev/null || want+=(nodejs npm) ;;
-        all) want+=(g++ cmake make libtinyxml-dev libssl-dev pkg-config libcpp-httplib-dev libgtest-dev libgmock-dev
-                    libbenchmark-dev clang libclang-rt-dev
+        all) want+=(g++ cmake make libtinyxml-dev libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-dev
+                    pkg-config libcpp-httplib-dev nlohmann-json3-dev libcli11-dev libssl-dev chromium chromium-driver
+                    python3-selenium
                     g++-aarch64-linux-gnu qemu-user libtinyxml-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64) ;;
         *) echo "deps.sh: unknown group '$group'" >&2; exit 2 ;;
     esac

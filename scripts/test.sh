@@ -1,12 +1,16 @@
 #!/usr/bin/env bash
 # The whole test suite: installs what is missing, then builds and runs the
 # tests in a normal build, with ASan+UBSan and with ThreadSanitizer, builds an
-# outside program against the installed package, drives the ONVIF services
-# with a third-party client (the onvif npm package), and runs the AArch64 suite
+# outside program against the installed package, runs the porting kit's
+# checker against the sample device trees and builds it as for a device
+# (without the POSIX port), drives the ONVIF services with a third-party
+# client (the onvif npm package), and runs the AArch64 suite
 # under emulation, the fuzz smoke runs and a short benchmark when their parts
-# are present. Exits non-zero on any failure.
+# are present, and drives sensorctl serve's settings page in headless
+# Chromium. Exits non-zero on any failure.
 #
-# Usage: scripts/test.sh [stage...]   stages: normal asan tsan install onvif aarch64 fuzz bench
+# Usage: scripts/test.sh [stage...]
+#   stages: normal asan tsan install conformance onvif aarch64 fuzz bench browser
 # Environment: TARNIX_BUILD_ROOT (default ./build), JOBS (default nproc).
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -18,16 +22,19 @@ mkdir -p "$OUT"
 stages=("$@")
 if [[ ${#stages[@]} -eq 0 ]]; then
     stages=(normal asan tsan install)
+    [[ -f conformance/CMakeLists.txt ]] && stages+=(conformance)
     [[ -f tests/onvif/e2e/package.json ]] && stages+=(onvif)
     [[ -f cmake/toolchain-aarch64.cmake ]] && stages+=(aarch64)
     [[ -f fuzz/CMakeLists.txt ]] && stages+=(fuzz)
     [[ -f bench/CMakeLists.txt ]] && stages+=(bench)
+    [[ -f tests/browser/settings_page_test.py ]] && stages+=(browser)
 fi
 
 groups=(test)
 for s in "${stages[@]}"; do
     [[ $s == aarch64 ]] && groups+=(cross)
     [[ $s == fuzz ]] && groups+=(fuzz)
+    [[ $s == browser ]] && groups+=(browser)
     [[ $s == onvif ]] && groups+=(node)
 done
 scripts/deps.sh "${groups[@]}"
@@ -36,7 +43,8 @@ log() { printf '\n=== %s ===\n' "$*"; }
 
 configure_build() { # dir extra-cmake-args...
     local dir=$1; shift
-    cmake -S "$SRC" -B "$dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTARNIX_WERROR=ON "$@" >"$dir.configure.log" 2>&1 ||
+    cmake -S "$SRC" -B "$dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTARNIX_WERROR=ON -DTARNIX_REQUIRE_SERVE=ON "$@" \
+        >"$dir.configure.log" 2>&1 ||
         { cat "$dir.configure.log"; return 1; }
     cmake --build "$dir" -j"$JOBS"
 }
@@ -49,6 +57,10 @@ stage_normal() {
     log "normal build and tests"
     configure_build "$OUT/normal"
     run_ctest "$OUT/normal"
+    # The tests pin the fake clock (12:00 by default); the suite must pass
+    # at any other hour as well.
+    log "normal tests again with the clock pinned to 03:17"
+    TARNIX_TEST_CLOCK=03:17 run_ctest "$OUT/normal"
 }
 
 stage_asan() {
@@ -84,6 +96,30 @@ stage_install() {
     "$OUT/subproject/minimal_host" "$OUT/subproject-root"
 }
 
+stage_conformance() {
+    log "tarnix-conformance against the sample device trees"
+    [[ -d "$OUT/normal" ]] || configure_build "$OUT/normal"
+    cmake --build "$OUT/normal" -j"$JOBS" --target tarnix-conformance
+    bash scripts/conformance.sh "$OUT/normal/conformance/tarnix-conformance" "$OUT/conformance"
+    log "tarnix-conformance built as for a device (TARNIX_WITH_POSIX_PORT=OFF)"
+    # Without the device's libraries only the objects are built: the same
+    # sources compile against the platform headers alone.
+    cmake -S "$SRC" -B "$OUT/device" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTARNIX_WERROR=ON \
+        -DTARNIX_WITH_POSIX_PORT=OFF -DTARNIX_DEVICE_LIBRARIES= >"$OUT/device.configure.log" 2>&1 ||
+        { cat "$OUT/device.configure.log"; return 1; }
+    cmake --build "$OUT/device" -j"$JOBS" --target tarnix_conformance_checks tarnix_conformance_tool_objects
+    # Linked against stand-ins for the device's libraries (the POSIX port and
+    # the simulated ISP of the normal build) and run on a sample tree, which
+    # the stand-in port finds through TARNIX_ROOT as a device finds its paths.
+    cmake "$OUT/device" -DTARNIX_DEVICE_LIBRARIES="$OUT/normal/libtarnix_platform.so;$OUT/normal/libispsim.so" \
+        >>"$OUT/device.configure.log" 2>&1 || { cat "$OUT/device.configure.log"; return 1; }
+    cmake --build "$OUT/device" -j"$JOBS" --target tarnix-conformance
+    rm -rf "$OUT/device-root" && cp -r "$SRC/devices/box" "$OUT/device-root"
+    TARNIX_ROOT="$OUT/device-root" LD_LIBRARY_PATH="$OUT/normal" "$OUT/device/conformance/tarnix-conformance" \
+        --only 'isp.read,isp.records,isp.unknown,platform.*'
+    rm -rf "$OUT/device-root"
+}
+
 stage_onvif() {
     log "ONVIF end to end with the onvif npm client"
     if [[ ! -f "$OUT/normal/CMakeCache.txt" ]]; then
@@ -105,6 +141,18 @@ stage_aarch64() {
 stage_fuzz() {
     log "fuzz smoke runs"
     bash scripts/fuzz.sh smoke "$OUT/fuzz"
+}
+
+stage_browser() {
+    log "sensorctl serve's settings page in headless Chromium"
+    if [[ ! -d "$OUT/normal" ]]; then
+        cmake -S "$SRC" -B "$OUT/normal" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTARNIX_WERROR=ON \
+            -DTARNIX_REQUIRE_SERVE=ON >"$OUT/normal.configure.log" 2>&1 || { cat "$OUT/normal.configure.log"; return 1; }
+    fi
+    cmake --build "$OUT/normal" -j"$JOBS" --target sensorctl
+    # Debian's selenium belongs to the system's Python.
+    /usr/bin/python3 "$SRC/tests/browser/settings_page_test.py" --sensorctl "$OUT/normal/tools/sensorctl" \
+        --out "$OUT/normal/browser"
 }
 
 stage_bench() {

@@ -5,6 +5,8 @@
 // data goes to "<name>.tmp" in the same directory, is flushed to storage and
 // then renamed over the old name, and the directory is flushed; a power cut
 // at any moment leaves either the old or the new file, never a short one.
+// A file that already holds exactly the bytes of a save is left as it is:
+// the save then writes nothing and reports what a write would have.
 #define SNS_SOURCE_FILE "SensorFile.cpp"
 #include "storage/SensorFile.h"
 
@@ -14,6 +16,7 @@
 #include "controller/SensorDebug.h"
 #include "platform/PXFile.h"
 #include "storage/FileOps.h"
+#include "storage/SameContent.h"
 
 namespace {
 
@@ -76,6 +79,10 @@ int loadFromFile(const char* file_name, void* buffer, INT64 length) {
 }
 
 int saveToFile(char* file_name, char* data, INT64 length) {
+    if (data != nullptr && length >= 0 && length <= static_cast<INT64>(UINT_MAX) &&
+        tarnix::storage::fileHoldsBytes(file_name, data, static_cast<size_t>(length))) {
+        return static_cast<int>(length);
+    }
     std::string temp = tempNameOf(file_name);
     PXFile file;
     bool bOpened =
@@ -110,6 +117,11 @@ int keyValFromFile(char* file_name, KeyVal* records, u32 count) {
 }
 
 int keyValToFile(char* file_name, KeyVal* records, u32 count) {
+    const INT64 nBytes = static_cast<INT64>(sizeof(KeyVal)) * count;
+    if (records != nullptr && nBytes <= static_cast<INT64>(UINT_MAX) &&
+        tarnix::storage::fileHoldsBytes(file_name, records, static_cast<size_t>(nBytes))) {
+        return 0;
+    }
     std::string temp = tempNameOf(file_name);
     PXFile file;
     bool bOpened =

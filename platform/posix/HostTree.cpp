@@ -4,14 +4,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <sstream>
 #include <vector>
 
 namespace platform {
 
-namespace {
-std::vector<std::string> entriesOf(const std::string& dir) {
+std::vector<std::string> listHostDir(const std::string& dir) {
     std::vector<std::string> names;
     DIR* pDir = ::opendir(dir.c_str());
     if (pDir == nullptr) {
@@ -26,7 +26,14 @@ std::vector<std::string> entriesOf(const std::string& dir) {
     ::closedir(pDir);
     return names;
 }
-} // namespace
+
+std::string makeHostTempDir(const std::string& prefix) {
+    const char* szBase = std::getenv("TMPDIR");
+    std::string templ = std::string(szBase != nullptr && *szBase != '\0' ? szBase : "/tmp") + "/" + prefix + "XXXXXX";
+    std::vector<char> buffer(templ.begin(), templ.end());
+    buffer.push_back('\0');
+    return ::mkdtemp(buffer.data()) != nullptr ? std::string(buffer.data()) : std::string();
+}
 
 void makeHostDirs(const std::string& hostDir) {
     std::string partial = (!hostDir.empty() && hostDir[0] == '/') ? "/" : "";
@@ -49,7 +56,7 @@ void removeHostTree(const std::string& hostPath) {
         ::unlink(hostPath.c_str());
         return;
     }
-    for (const std::string& name : entriesOf(hostPath)) {
+    for (const std::string& name : listHostDir(hostPath)) {
         removeHostTree(hostPath + "/" + name);
     }
     ::rmdir(hostPath.c_str());
@@ -57,7 +64,7 @@ void removeHostTree(const std::string& hostPath) {
 
 void copyHostTree(const std::string& from, const std::string& to) {
     makeHostDirs(to);
-    for (const std::string& name : entriesOf(from)) {
+    for (const std::string& name : listHostDir(from)) {
         std::string src = from + "/" + name;
         std::string dst = to + "/" + name;
         struct stat st;

@@ -2,6 +2,7 @@
 // Host-side directory helpers for development tools, tests, benchmarks and
 // fuzz targets: they work on host paths, not on device paths.
 #include <string>
+#include <vector>
 
 namespace platform {
 // Creates the directory and its missing parents.
@@ -10,6 +11,10 @@ void makeHostDirs(const std::string& hostDir);
 void removeHostTree(const std::string& hostPath);
 // Copies the regular files and directories below from into to.
 void copyHostTree(const std::string& from, const std::string& to);
+// The names in a host directory, without "." and ".." (none when it cannot be read).
+std::vector<std::string> listHostDir(const std::string& hostDir);
+// A new empty directory "<$TMPDIR or /tmp>/<prefix>XXXXXX"; "" when it cannot be made.
+std::string makeHostTempDir(const std::string& prefix);
 // The whole content of a host file ("" when it cannot be read).
 std::string readHostFile(const std::string& hostPath);
 } // namespace platform

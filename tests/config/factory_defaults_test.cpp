@@ -31,9 +31,9 @@ std::vector<std::pair<u32, u32>> pairs(const std::vector<KeyVal>& records) {
 
 class FactoryTest : public ConfigTest {
 protected:
-    // The 6-argument form into an array of exactly KEYCMD_CAPACITY records.
+    // The exported 6-argument form into a caller's array of 400 records.
     std::vector<std::pair<u32, u32>> factory(const std::string& text, bool wdr = true, bool ldc = true) {
-        std::unique_ptr<KeyVal[]> records(new KeyVal[KEYCMD_CAPACITY]);
+        std::unique_ptr<KeyVal[]> records(new KeyVal[400]);
         std::vector<char> buffer(text.begin(), text.end());
         buffer.push_back('\0');
         m_nCount = 12345;
@@ -96,20 +96,61 @@ TEST_F(FactoryTest, UnparsableStyleGivesAnEmptyList) {
               log.find("objDnaStyleDoc.LoadMem(strDnaStyle.c_str(), TIXML_ENCODING_UTF8)   ~~~Assertion failed."));
 }
 
-TEST_F(FactoryTest, ArrayFormStopsAtItsCapacity) {
+// The caller's array holds as many entries as the narrowed style has items:
+// a 200-item style into a 400-entry array gives all 200, and nothing is
+// reported.
+TEST_F(FactoryTest, ArrayFormTakesEveryItemOfTheStyle) {
     std::string items;
     for (int i = 0; i < 200; ++i) {
         items += item(1000 + i, i);
     }
     Pairs got = factory(style(items));
-    ASSERT_EQ(static_cast<size_t>(KEYCMD_CAPACITY), got.size());
+    ASSERT_EQ(200u, got.size());
+    EXPECT_EQ(200u, m_nCount);
     EXPECT_EQ(std::make_pair(1000u, 0u), got.front());
-    EXPECT_EQ(std::make_pair(1169u, 169u), got.back());
+    EXPECT_EQ(std::make_pair(1199u, 199u), got.back());
+    EXPECT_EQ("", errorLog());
+}
+
+TEST_F(FactoryTest, Style2KeyValTakesEveryItemAfterTheCount) {
+    std::string items;
+    for (int i = 0; i < 200; ++i) {
+        items += item(1000 + i, i);
+    }
+    TiXmlDocument doc;
+    TiXmlElement* root = config_test::parse(doc, style(items));
+    std::unique_ptr<KeyVal[]> records(new KeyVal[400]);
+    u32 count = 0;
+    EXPECT_EQ(0, style2KeyVal(root, records.get(), &count));
+    EXPECT_EQ(200u, count);
+    EXPECT_EQ(0, style2KeyVal(root, records.get(), &count));
+    EXPECT_EQ(400u, count);
+    EXPECT_EQ(1199u, records[399].key);
+    EXPECT_EQ(199u, records[399].value);
+}
+
+// The three forms share one body; a report still names the form that
+// raised it, and an aborting one its own signature.
+TEST_F(FactoryTest, EachFormReportsUnderItsOwnName) {
+    KeyVal records[4];
+    u32 count = 0;
+    std::vector<char> bad = {'<', 's', '>', '\0'};
+    getFctData(1, bad.data(), records, &count, true, true);
+    std::vector<KeyVal> out;
+    getFctData(1, "<s>", out, true, true);
+    getFctData(1, "<s>", records, &count, 4, true, true);
     std::string log = errorLog();
-    EXPECT_NE(std::string::npos, log.find("fun:getFctData line:593"));
-    EXPECT_NE(std::string::npos,
-              log.find("SNS_SUCCESS == style2KeyVal(pRootNode, p_pKeyVal, p_pnKeyValNum)   ~~~Assertion failed."));
-    EXPECT_NE(std::string::npos, log.find("p_pnKeyValNum(170)"));
+    size_t first = log.find("file:SensorKeyVal.cpp fun:getFctData line:589");
+    ASSERT_NE(std::string::npos, first) << log;
+    size_t second = log.find("file:SensorKeyVal.cpp fun:getFctData line:589", first + 1);
+    ASSERT_NE(std::string::npos, second) << log;
+    EXPECT_NE(std::string::npos, log.find("file:SensorKeyVal.cpp fun:getFctData line:589", second + 1)) << log;
+
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    setDebugMarker("1", "1");
+    const std::string text = style(item(1, 1) + item(2, 2) + item(3, 3) + item(4, 4));
+    EXPECT_DEATH(getFctData(1, text.c_str(), records, &count, 3, true, true),
+                 "int getFctData\\(int, const char\\*, KeyVal\\*, u32\\*, u32, bool, bool\\): Assertion `bRet' failed");
 }
 
 TEST_F(FactoryTest, ArrayFormWithAGivenCapacity) {

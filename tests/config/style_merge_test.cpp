@@ -318,7 +318,21 @@ TEST_F(DetailFieldTest, StringValueIsCopiedWithoutTerminator) {
     EXPECT_EQ(0, std::memcmp(value, "abc#", 4));
 }
 
-TEST_F(DetailFieldTest, LongValuesAreCutToTheBuffer) {
+// The exported three-argument form copies the whole value, without a
+// terminator, into the caller's buffer.
+TEST_F(DetailFieldTest, ThreeArgumentFormCopiesTheWholeValue) {
+    char value[24];
+    std::memset(value, '#', sizeof(value));
+    EXPECT_EQ(0, getDetailFieldToStr("(a=1)(s=0123456789abcdef)(b=2)", "s", value));
+    EXPECT_EQ(0, std::memcmp(value, "0123456789abcdef########", sizeof(value)));
+    std::memset(value, 0, sizeof(value));
+    EXPECT_EQ(0, getDetailFieldToStr("(sensor=imx291-long-name)", "sensor", value));
+    EXPECT_STREQ("imx291-long-name", value);
+}
+
+// The bounded form of the library's own readers keeps a zeroed buffer
+// terminated.
+TEST_F(DetailFieldTest, BoundedFormCutsLongValuesToTheBuffer) {
     char value[16];
     std::memset(value, '#', sizeof(value));
     EXPECT_EQ(0, getDetailFieldToStr("(s=0123456789abcdef)", "s", value, 10));

@@ -216,6 +216,15 @@ TEST_F(SysConfTest, MissingStyleFileReportsAndLeavesAnEmptyStyle) {
     EXPECT_NE(std::string::npos,
               log.find("loadFromFile(strStyleFileName.c_str(), p_stSysConf->szUIStyle, "
                        "getFileLen(strStyleFileName.c_str())) > 0   ~~~Assertion failed."));
+    // Its length is asked for twice (to size the buffer, then to read it),
+    // and each attempt reports the missing file.
+    const std::string name = std::string("file_name(") + kStyleDir + "Style.xml)";
+    size_t first = log.find(name);
+    ASSERT_NE(std::string::npos, first) << log;
+    size_t second = log.find(name, first + 1);
+    ASSERT_NE(std::string::npos, second) << log;
+    EXPECT_EQ(std::string::npos, log.find(name, second + 1)) << log;
+    EXPECT_NE(std::string::npos, log.find("fun:getFileLen line:25")) << log;
     // The merge then fails to parse the empty style.
     EXPECT_NE(std::string::npos, log.find("doc_style.LoadMem(*ui_style, TIXML_ENCODING_UTF8)"));
     ASSERT_NE(nullptr, m_conf.szUIStyle);

@@ -32,7 +32,7 @@ struct WindowCache {
             }
             rows[r] = block[r];
         }
-        Peer::sysConf(c).nSchemeSum = 1;
+        Peer::setSchemeSum(c, 1);
         Peer::userKeyVal(c) = rows;
         Peer::keyValSum(c) = 5;
         Peer::curScheme(c) = 0;

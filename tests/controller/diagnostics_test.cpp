@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "controller/PXRuntimeError.h"
+#include "platform/PXRuntimeError.h"
 #include "controller/SensorDebug.h"
 #include "support/TestEnv.h"
 

@@ -7,6 +7,8 @@
 #include <string>
 
 #include "controller/ISensorController.h"
+#include "controller/KeyCmdRows.h"
+#include "handlers/ParamRange.h"
 #include "support/ControllerPeer.h"
 #include "support/TestEnv.h"
 
@@ -208,4 +210,42 @@ TEST_F(KeyCmdTableTest, FirstMatchingRowWins) {
     table[5].key = 773; // the last row's key now also stands at row 5
     keycmd row;
     EXPECT_EQ(5, find(773, row));
+}
+
+// The rows as tools read them without a running controller.
+TEST_F(KeyCmdTableTest, RowsReadWithoutAControllerMatchTheBuiltTable) {
+    ASSERT_EQ(static_cast<u32>(KEYCMD_ROWS), tarnix::keyCmdRowCount());
+    const keycmd* table = Peer::keyCmdMap(*controller);
+    for (u32 i = 0; i < tarnix::keyCmdRowCount(); ++i) {
+        keycmd row;
+        std::memset(&row, 0x7F, sizeof(row));
+        ASSERT_TRUE(tarnix::keyCmdRowAt(i, row)) << i;
+        EXPECT_EQ(table[i].key, row.key) << i;
+        EXPECT_EQ(table[i].ia_cmd, row.ia_cmd) << i;
+        EXPECT_TRUE(table[i].fun == row.fun) << i;
+        EXPECT_EQ(0, std::memcmp(table[i].szKeyName, row.szKeyName, KEYCMD_NAME_LEN)) << i;
+        EXPECT_EQ(0, std::memcmp(table[i].szFuncName, row.szFuncName, KEYCMD_FUNC_LEN)) << i;
+    }
+    keycmd past;
+    EXPECT_FALSE(tarnix::keyCmdRowAt(tarnix::keyCmdRowCount(), past));
+}
+
+TEST_F(KeyCmdTableTest, RowsReadWithoutAControllerKeepTheCutNames) {
+    keycmd row;
+    ASSERT_TRUE(tarnix::keyCmdRowAt(86, row));
+    EXPECT_EQ(8104u, row.key);
+    EXPECT_EQ(std::string("KEY_MIXSTREAM_THERMAL_TO_VISION_"), boundedName(row));
+    // No terminator inside the field: the name runs on into the handler name.
+    EXPECT_EQ(KEYCMD_NAME_LEN, strnlen(row.szKeyName, KEYCMD_NAME_LEN));
+    EXPECT_STREQ("&ISensorController::doIoCrtl", row.szFuncName);
+}
+
+TEST(RangeQueryable, ExactlyTheRangeQueryCommands) {
+    std::set<int> queryable;
+    for (int cmd = -1; cmd < 10000; ++cmd) {
+        if (tarnix::isRangeQueryable(cmd)) {
+            queryable.insert(cmd);
+        }
+    }
+    EXPECT_EQ((std::set<int>{49, 50, 51, 55, 56, 82, 1537}), queryable);
 }

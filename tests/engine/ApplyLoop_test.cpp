@@ -517,6 +517,17 @@ TEST_F(ApplyLoopTest, UnknownKeyIsSentWithItsOwnNumber) {
     EXPECT_NE(std::string::npos, errorLog().find("p_pKeyval[0].key(4242)"));
 }
 
+// The loop's steps report under the loop's own name: an aborting report
+// carries the signature of setParameters(KeyVal*, u32, bool).
+TEST_F(ApplyLoopTest, AnAbortingReportOfAStepNamesTheApplyLoop) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    BareController bare(tarnix_test::typicalFactoryList(), 4);
+    setDebugMarker("1", "1");
+    KeyVal rec = {4242, 5};
+    EXPECT_DEATH(bare->setParameters(&rec, 1, true),
+                 "int ISensorController::setParameters\\(KeyVal\\*, u32, bool\\): Assertion `bRet' failed");
+}
+
 TEST_F(ApplyLoopTest, UnknownKeyFailsOnlyWhenTheIspFails) {
     BareController bare(tarnix_test::typicalFactoryList(), 4);
     ispsim::setFailure(-1, 4242, 0, -4);

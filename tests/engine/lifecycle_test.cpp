@@ -399,21 +399,54 @@ TEST_F(LifecycleTest, InfraredMarkerMeansNoPlateRecognition) {
     c.uinit();
 }
 
-TEST_F(LifecycleTest, SchemeCountIsCappedAtSixtyFour) {
+// A present max_scheme is taken as it is: 100 user schemes have their files
+// up to sensor1_99.cfg and the factory row is row 100.
+TEST_F(LifecycleTest, HundredSchemesAreTakenAsTheyAre) {
     writeMiniTree(1);
-    setDebugMarker("4");
-    captureStdout();
     C c;
-    c.init(module("(max_scheme=100000)"));
-    std::string out = capturedStdout();
-    EXPECT_EQ(64u, Peer::sysConf(c).nSchemeSum);
-    EXPECT_NE(std::string::npos, out.find("nSchemeSum(100000) out of range, limited to 64"))
-        << out.substr(0, 500);
-    EXPECT_EQ(Peer::userKeyVal(c)[64], Peer::fctKeyVal(c));
-    EXPECT_TRUE(sameRecords(miniFactory(), row(c, 64)));
-    EXPECT_TRUE(fileExists(schemePath(1, 63)));
-    EXPECT_FALSE(fileExists(schemePath(1, 64)));
+    c.init(module("(max_scheme=100)"));
+    EXPECT_EQ(100u, Peer::sysConf(c).nSchemeSum);
+    EXPECT_EQ(Peer::userKeyVal(c)[100], Peer::fctKeyVal(c));
+    EXPECT_TRUE(sameRecords(miniFactory(), row(c, 100)));
+    for (int s = 0; s < 100; ++s) {
+        EXPECT_TRUE(fileExists(schemePath(1, s))) << s;
+    }
+    EXPECT_FALSE(fileExists(schemePath(1, 100)));
+    EXPECT_EQ("", errorLog());
+    // Every scheme is a scheme of the cache, the factory scheme included.
+    EXPECT_TRUE(c.setParamScheme(99));
+    int nScheme = -1;
+    EXPECT_TRUE(c.getParamScheme(nScheme));
+    EXPECT_EQ(99, nScheme);
+    EXPECT_TRUE(c.setParamScheme(100));
     c.uinit();
+}
+
+// Only a count whose rows cannot be held is bounded: one beyond the scheme
+// numbers (-1 reads as 4294967295), or one whose rows exceed the machine's
+// memory, is reported and the usual four schemes are used.
+TEST_F(LifecycleTest, SchemeCountWhoseRowsCannotBeHeldIsReported) {
+    writeMiniTree(1);
+    for (const char* szCount : {"-1", "999999999"}) {
+        removeFile("/mnt/mtd/log/SensorError.log");
+        C c;
+        c.init(module(std::string("(max_scheme=") + szCount + ")"));
+        EXPECT_EQ(4u, Peer::sysConf(c).nSchemeSum) << szCount;
+        EXPECT_EQ(Peer::userKeyVal(c)[4], Peer::fctKeyVal(c));
+        EXPECT_TRUE(sameRecords(miniFactory(), row(c, 4)));
+        std::string log = errorLog();
+        EXPECT_NE(std::string::npos,
+                  log.find("NULL != (m_pKeyValBlock = new KeyVal[(m_stSysConf.nSchemeSum + 1) * m_nKeyValSum])   "
+                           "~~~Assertion failed."))
+            << log;
+        EXPECT_NE(std::string::npos,
+                  log.find(std::string("nSchemeSum(") + (szCount[0] == '-' ? "4294967295" : szCount) +
+                           ") m_nKeyValSum(" +
+                           std::to_string(miniFactory().size()) +
+                           "): the scheme rows cannot be allocated, 4 schemes used"))
+            << log;
+        c.uinit();
+    }
 }
 
 TEST_F(LifecycleTest, NoUserSchemesLeavesOnlyTheFactoryRow) {

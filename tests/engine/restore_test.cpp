@@ -238,7 +238,11 @@ TEST_F(RestoreTest, FlushWritesTheCurrentSchemeBytes) {
     std::string strFile = readFile("/mnt/mtd/code/config_file/sensor1_2.cfg");
     EXPECT_EQ(12u * 8u, strFile.size());
     EXPECT_EQ(bytesOf(bare().rowCopy(2)), strFile);
-    EXPECT_FALSE(fileExists("/mnt/mtd/code/config_file/sensor1_0.cfg"));
+    // The other user schemes, whose files do not hold their rows yet, are
+    // stored too; the factory row never is.
+    EXPECT_EQ(bytesOf(bare().rowCopy(0)), readFile("/mnt/mtd/code/config_file/sensor1_0.cfg"));
+    EXPECT_EQ(bytesOf(bare().rowCopy(1)), readFile("/mnt/mtd/code/config_file/sensor1_1.cfg"));
+    EXPECT_FALSE(fileExists("/mnt/mtd/code/config_file/sensor1_3.cfg"));
     EXPECT_FALSE(fileExists("/mnt/mtd/code/config_file/sensor1_2.cfg.tmp"));
 }
 

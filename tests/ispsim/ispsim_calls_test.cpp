@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "ispsim/ispsim.h"
@@ -435,6 +436,73 @@ TEST_F(IspSimCallsTest, ResetRestoresPowerOnState) {
     EXPECT_EQ(0, list.cmd_cnt);
     ia_dynamic_params_attr_st attr;
     EXPECT_EQ(-1, ioctl(0, 49, IA_CMD_OPT_GET_PARAM_RNAGE, &attr));
+}
+
+} // namespace
+
+namespace {
+
+struct Observed {
+    ispsim::Call call;
+    std::vector<uint32_t> buffer;
+    std::thread::id thread;
+};
+
+class IspSimObserverTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ispsim::reset();
+        ispsim::setCallObserver([this](const ispsim::Call& call, const std::vector<uint32_t>& buffer) {
+            m_vecSeen.push_back({call, buffer, std::this_thread::get_id()});
+        });
+    }
+    void TearDown() override {
+        ispsim::setCallObserver(nullptr);
+        ispsim::reset();
+    }
+    std::vector<Observed> m_vecSeen;   // written under the simulator's lock
+};
+
+TEST_F(IspSimObserverTest, SeesEveryCallWithWhatTheIspAnswered) {
+    uint32_t value = 60;
+    ASSERT_EQ(0, ioctl(0, 34, IA_CMD_OPT_SET, &value));
+    uint32_t read = 7;
+    ASSERT_EQ(0, ioctl(0, 34, IA_CMD_OPT_GET, &read));
+    ASSERT_EQ(-1, ioctl(0, 34, IA_CMD_OPT_GET, nullptr));
+    ispsim::setFailure(0, 35, IA_CMD_OPT_GET, -4);
+    uint32_t failed = 9;
+    ASSERT_EQ(-4, ioctl(0, 35, IA_CMD_OPT_GET, &failed));
+
+    ASSERT_EQ(4u, m_vecSeen.size());
+    EXPECT_EQ(34u, m_vecSeen[0].call.cmd);
+    EXPECT_EQ(words({60}), m_vecSeen[0].call.data);
+    EXPECT_EQ(words({60}), m_vecSeen[0].buffer);
+    EXPECT_EQ(0, m_vecSeen[0].call.result);
+    // A read: the log keeps the buffer as passed in, the observer also gets the answer.
+    EXPECT_EQ(words({7}), m_vecSeen[1].call.data);
+    EXPECT_EQ(words({60}), m_vecSeen[1].buffer);
+    EXPECT_TRUE(m_vecSeen[2].call.data.empty());
+    EXPECT_TRUE(m_vecSeen[2].buffer.empty());
+    EXPECT_EQ(-1, m_vecSeen[2].call.result);
+    // A failed read leaves the buffer as it was.
+    EXPECT_EQ(words({9}), m_vecSeen[3].buffer);
+    EXPECT_EQ(-4, m_vecSeen[3].call.result);
+    // The log holds the same calls.
+    EXPECT_EQ(4u, ispsim::calls().size());
+}
+
+TEST_F(IspSimObserverTest, RunsOnTheCallersThreadAndSurvivesReset) {
+    ispsim::reset();
+    uint32_t value = 1;
+    std::thread other([&value] { ioctl(2, 34, IA_CMD_OPT_SET, &value); });
+    other.join();
+    ASSERT_EQ(1u, m_vecSeen.size());
+    EXPECT_EQ(2, m_vecSeen[0].call.channel);
+    EXPECT_NE(std::this_thread::get_id(), m_vecSeen[0].thread);
+
+    ispsim::setCallObserver(nullptr);
+    ASSERT_EQ(0, ioctl(0, 34, IA_CMD_OPT_SET, &value));
+    EXPECT_EQ(1u, m_vecSeen.size());
 }
 
 } // namespace

@@ -12,41 +12,17 @@
 #include <string>
 #include <vector>
 
+#include "tests/ispsim/ProfileDirTest.h"
 #include "ispsim/ispsim.h"
 #include "platform/ia_ioctrl.h"
 
 namespace {
 
-class IspSimProfileTest : public ::testing::Test {
+class IspSimProfileTest : public ProfileDirTest {
 protected:
-    void SetUp() override {
-        ispsim::reset();
-        const char* base = std::getenv("TMPDIR");
-        std::string templ = std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/ispsim-profile-XXXXXX";
-        std::vector<char> buffer(templ.begin(), templ.end());
-        buffer.push_back('\0');
-        ASSERT_NE(nullptr, ::mkdtemp(buffer.data()));
-        m_strDir = buffer.data();
-    }
-    void TearDown() override {
-        for (const auto& file : m_vecFiles) {
-            ::unlink(file.c_str());
-        }
-        ::rmdir((m_strDir + "/subdir").c_str());
-        ::rmdir(m_strDir.c_str());
-        ispsim::reset();
-    }
-
     std::string writeProfile(const std::string& content) {
-        std::string path = m_strDir + "/profile" + std::to_string(m_vecFiles.size()) + ".conf";
-        std::ofstream out(path, std::ios::binary | std::ios::trunc);
-        out << content;
-        m_vecFiles.push_back(path);
-        return path;
+        return writeFile("profile" + std::to_string(m_vecFiles.size()) + ".conf", content);
     }
-
-    std::string m_strDir;
-    std::vector<std::string> m_vecFiles;
 };
 
 int ioctl(int channel, unsigned int cmd, unsigned int opt, void* data) {
@@ -229,8 +205,7 @@ TEST_F(IspSimProfileTest, EmptyFileLoads) {
 TEST_F(IspSimProfileTest, UnreadableFileFails) {
     EXPECT_FALSE(ispsim::loadProfile(m_strDir + "/missing.conf"));
     EXPECT_FALSE(ispsim::loadProfile(""));
-    ASSERT_EQ(0, ::mkdir((m_strDir + "/subdir").c_str(), 0755));
-    EXPECT_FALSE(ispsim::loadProfile(m_strDir + "/subdir"));
+    EXPECT_FALSE(ispsim::loadProfile(makeDir("subdir")));
 }
 
 TEST_F(IspSimProfileTest, LoadingAddsToTheCurrentState) {

@@ -5,8 +5,8 @@
 #include <thread>
 #include <vector>
 
-#include "controller/PXRuntimeError.h"
-#include "controller/function.h"
+#include "platform/PXRuntimeError.h"
+#include "platform/function.h"
 #include "platform/RefCountManager.h"
 #include "support/TestEnv.h"
 

@@ -86,7 +86,7 @@ protected:
     static void buildCache(ISensorController& c, u32 nSchemeSum, const std::vector<KeyVal>& base = defaultRow(),
                            bool withLpr = true) {
         const u32 n = static_cast<u32>(base.size());
-        Peer::sysConf(c).nSchemeSum = nSchemeSum;
+        Peer::setSchemeSum(c, nSchemeSum);
         Peer::keyValSum(c) = n;
         KeyVal* pBlock = new KeyVal[(nSchemeSum + 1) * n];
         KeyVal** ppRows = new KeyVal*[nSchemeSum + 1];

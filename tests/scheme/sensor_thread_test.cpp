@@ -6,6 +6,7 @@
 #include <future>
 #include <thread>
 
+#include "controller/ApplyGate.h"
 #include "scheme/SchemeFixture.h"
 
 namespace scheme_test {
@@ -24,7 +25,7 @@ protected:
 
     void writeSyncFov() { writeFile("/mnt/mtd/hd1/program/config/sync_fov.ini", "zoom1=20000,\nfocus1=300,\n"); }
 
-    u32& lastSchedule() { return Peer::lastSchedule(ctl()); }
+    std::atomic<u32>& lastSchedule() { return Peer::lastSchedule(ctl()); }
 
     // Values of the K_DN_MODE records sent to the ISP.
     std::vector<uint32_t> sentDnModes() {
@@ -420,71 +421,12 @@ TEST_F(SensorThreadTest, PassSleepsOneSecondUnlessResetting) {
 
 // ---- the pass and the hosts' lock ----
 
-TEST_F(SensorThreadTest, PassSkipsWithoutBlockingWhileAnotherThreadHoldsTheGate) {
-    buildCache(3);
-    policy(2);
-    night(true);
-    std::recursive_mutex& gate = Peer::applyGate(ctl());
-    std::atomic<bool> bHeld(false);
-    std::atomic<bool> bRelease(false);
-    std::thread holder([&] {
-        std::lock_guard<std::recursive_mutex> lock(gate);
-        bHeld = true;
-        while (!bRelease.load()) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-    });
-    while (!bHeld.load()) {
-        std::this_thread::yield();
-    }
-    auto pending = std::async(std::launch::async, [&] { return ctl().sensorThread(); });
-    ASSERT_EQ(std::future_status::ready, pending.wait_for(std::chrono::seconds(5)));
-    EXPECT_EQ(0, pending.get());
-    EXPECT_EQ(0, cur());
-    EXPECT_TRUE(ispsim::calls().empty());
-    bRelease = true;
-    holder.join();
-
-    // Decided again on the next pass.
-    pass();
-    EXPECT_EQ(1, cur());
-}
-
-TEST_F(SensorThreadTest, PassSkipsWhileAHostWaitsForBusyFlagsUnderTheLock) {
-    buildCache(3);
-    policy(2);
-    night(true);
-    put(2, K_BRIGHTNESS, 70);
-    // A host asks for scheme 2 while a restore is flagged: it waits, holding the lock.
-    Peer::setFlag(ctl(), ISensorController::FLAG_RESTORING, true);
-    std::thread host([&] { EXPECT_TRUE(ctl().setParamScheme(2)); });
-    std::recursive_mutex& gate = Peer::applyGate(ctl());
-    for (;;) {
-        if (!gate.try_lock()) {
-            break; // the host holds it
-        }
-        gate.unlock();
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    auto pending = std::async(std::launch::async, [&] { return ctl().sensorThread(); });
-    ASSERT_EQ(std::future_status::ready, pending.wait_for(std::chrono::seconds(5)));
-    EXPECT_EQ(0, pending.get());
-    EXPECT_EQ(0, cur());
-
-    Peer::setFlag(ctl(), ISensorController::FLAG_RESTORING, false);
-    host.join();
-    EXPECT_EQ(2, cur());
-    // The next pass brings the night scheme back.
-    pass();
-    EXPECT_EQ(1, cur());
-}
-
 TEST_F(SensorThreadTest, PassRunsInsideTheGateHeldByItsOwnThread) {
     // As during init, which runs the first pass while holding the gate.
     buildCache(3);
     policy(2);
     night(true);
-    std::lock_guard<std::recursive_mutex> lock(Peer::applyGate(ctl()));
+    tarnix::GateLock lock;
     pass();
     EXPECT_EQ(1, cur());
 }

@@ -14,7 +14,7 @@ BareController::BareController(const std::vector<KeyVal>& p_vecFactory, u32 p_nS
     : m_pCtl(new ISensorController()), m_pBlock(nullptr) {
     ISensorController& c = *m_pCtl;
     c.setChannelID(p_nChannel);
-    Peer::sysConf(c).nSchemeSum = p_nSchemeSum;
+    Peer::setSchemeSum(c, p_nSchemeSum);
 
     const u32 nSum = static_cast<u32>(p_vecFactory.size());
     Peer::keyValSum(c) = nSum;

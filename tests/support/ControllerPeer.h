@@ -1,6 +1,7 @@
 #pragma once
 // Access to an ISensorController's internals for tests.
 #include "controller/ISensorController.h"
+#include "controller/LockRank.h"
 
 class ISensorControllerTestPeer {
 public:
@@ -23,19 +24,37 @@ public:
     static u8 flags(C& c) { return c.m_nStatusFlags.load(); }
     static void setFlag(C& c, u8 bits, bool on) { c.setFlag(bits, on); }
     static u32& lastDNState(C& c) { return c.m_nLastDNState; }
-    static bool& lprMode(C& c) { return c.m_bLprMode; }
+    static std::atomic<bool>& lprMode(C& c) { return c.m_bLprMode; }
     static std::atomic<bool>& showWDR(C& c) { return c.m_bShowWDRFalg; }
     static std::atomic<bool>& timeScheme(C& c) { return c.m_bTimeScheme; }
     static std::atomic<bool>& dnScheme(C& c) { return c.m_bDNScheme; }
-    static bool& limitedIrPower(C& c) { return c.m_bisLimitedIrPower; }
-    static bool& hasLens(C& c) { return c.m_bHasLens; }
+    static std::atomic<bool>& limitedIrPower(C& c) { return c.m_bisLimitedIrPower; }
+    static std::atomic<bool>& hasLens(C& c) { return c.m_bHasLens; }
     static std::atomic<bool>& shutterResetPass(C& c) { return c.m_bShutterResetPass; }
-    static bool& thermal(C& c) { return c.m_bThermal; }
+    static std::atomic<bool>& thermal(C& c) { return c.m_bThermal; }
     static std::atomic<bool>& showLDC(C& c) { return c.m_bShowLDCFlag; }
     static SensorZoomFocusParam& zoomFocus(C& c) { return c.m_stZoomFocusParam; }
-    static u32& lastSchedule(C& c) { return c.m_nLastSchedule; }
+    static std::atomic<u32>& lastSchedule(C& c) { return c.m_nLastSchedule; }
     static KeyVal*& keyValLpr(C& c) { return c.m_pstKeyValLpr; }
     static void buildKeyCmdMap(C& c) { c.initKeyCmdMap(); }
     static std::string schemeFileName(C& c, u32 s) { return c.schemeFileName(s); }
-    static std::recursive_mutex& applyGate(C& c) { return c.m_applyGate; }
+    // The number of user schemes, as init sets it (the configuration and the
+    // copy read without a lock).
+    static void setSchemeSum(C& c, u32 n) {
+        c.m_stSysConf.nSchemeSum = n;
+        c.m_nSchemeSumSeen = n;
+    }
+    // Takes or releases the controller's m_paramMutex alone, as another
+    // thread inside a parameter operation holds it.
+    static void lockParamMutex(C& c) {
+        tarnix::lockrank::acquire(tarnix::lockrank::PARAM);
+        c.m_paramMutex.Lock("ISensorController.cpp", __LINE__);
+        c.m_paramMutexOwner = std::this_thread::get_id();
+    }
+    static void unlockParamMutex(C& c) {
+        c.m_paramMutexOwner = std::thread::id();
+        c.m_paramMutex.Unlock("ISensorController.cpp", __LINE__);
+        tarnix::lockrank::release(tarnix::lockrank::PARAM);
+    }
+    static std::atomic<bool>& stopRequested(C& c) { return c.m_bStopRequested; }
 };

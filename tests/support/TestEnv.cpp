@@ -27,6 +27,29 @@ std::string parentOf(const std::string& path) {
 
 } // namespace
 
+void pinnedClock(int& hour, int& minute) {
+    hour = 12;
+    minute = 0;
+    const char* szClock = std::getenv("TARNIX_TEST_CLOCK");
+    int nHour = -1;
+    int nMinute = -1;
+    char cExtra = 0;
+    if (szClock != nullptr && std::sscanf(szClock, "%d:%d%c", &nHour, &nMinute, &cExtra) == 2 && nHour >= 0 &&
+        nHour <= 23 && nMinute >= 0 && nMinute <= 59) {
+        hour = nHour;
+        minute = nMinute;
+    }
+}
+
+std::string pinnedClockText() {
+    int nHour = 0;
+    int nMinute = 0;
+    pinnedClock(nHour, nMinute);
+    char szText[16];
+    std::snprintf(szText, sizeof(szText), "%02d:%02d", nHour, nMinute);
+    return szText;
+}
+
 void removeTree(const std::string& hostDir) { platform::removeHostTree(hostDir); }
 
 std::string readHostFile(const std::string& hostPath) { return platform::readHostFile(hostPath); }
@@ -84,7 +107,10 @@ void TarnixTest::SetUp() {
     // A camera always has its log directory; the error log is written there.
     makeDir("/mnt/mtd/log");
     platform::setTimeScale(0.001);
-    platform::clearClock();
+    int nHour = 0;
+    int nMinute = 0;
+    pinnedClock(nHour, nMinute);
+    platform::setClock(nHour, nMinute);
     ispsim::reset();
     g_nDebugLevel = 1;
     g_bEnAssert = false;

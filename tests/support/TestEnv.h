@@ -1,7 +1,12 @@
 #pragma once
 // Hermetic test environment: every test gets a fresh device root directory,
-// a scaled-down time base, a reset simulated ISP and default diagnostics
-// switches. Stdout can be captured to check the library's exact messages.
+// a scaled-down time base, a pinned fake clock, a reset simulated ISP and
+// default diagnostics switches. Stdout can be captured to check the
+// library's exact messages.
+//
+// The clock is pinned to 12:00 unless TARNIX_TEST_CLOCK=HH:MM names another
+// time, so that no test depends on the time of day; CI runs the suite a
+// second time at another hour to prove it.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -48,6 +53,11 @@ private:
     std::string m_strRoot;
     bool m_bCapturing = false;
 };
+
+// The time every test starts with on the fake clock (TARNIX_TEST_CLOCK or
+// 12:00), and the same as "HH:MM" for sensorctl's --clock.
+void pinnedClock(int& hour, int& minute);
+std::string pinnedClockText();
 
 // Recursively removes a host directory.
 void removeTree(const std::string& hostDir);

@@ -6,11 +6,13 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
 
 #include "controller/SensorTypes.h"
+#include "support/KeyValFile.h"
 #include "support/TestEnv.h"
 #include "tools/SensorctlRun.h"
 
@@ -35,24 +37,7 @@ protected:
 #ifdef SENSORCTL_EMULATOR
         emulator = SENSORCTL_EMULATOR;
 #endif
-        if (emulator.empty()) {
-            return SENSORCTL_PATH;
-        }
-        std::string script = "#!/bin/sh\nexec";
-        std::string word;
-        for (char c : emulator + "|" + SENSORCTL_PATH + "|") {
-            if (c == '|') {
-                script += " '" + word + "'";
-                word.clear();
-            } else {
-                word += c;
-            }
-        }
-        script += " \"$@\"\n";
-        std::string path = root() + "/sensorctl-emulated";
-        writeFile("/sensorctl-emulated", script);
-        ::chmod(path.c_str(), 0755);
-        return path;
+        return tarnix_test::programThroughEmulator(SENSORCTL_PATH, emulator, root() + "/sensorctl-emulated");
 #else
         return "";
 #endif
@@ -65,8 +50,12 @@ protected:
                   const std::vector<std::string>& p_vecEnv = {}) const {
         return runProgram(program(), p_vecArgs, p_strInput, root(), root(), p_vecEnv);
     }
-    // sensorctl --root <cam> with the arguments.
+    // sensorctl --root <cam> with the arguments, on the test's pinned clock
+    // unless the arguments set one.
     RunResult onCam(std::vector<std::string> p_vecArgs, const std::string& p_strInput = "") const {
+        if (std::find(p_vecArgs.begin(), p_vecArgs.end(), "--clock") == p_vecArgs.end()) {
+            p_vecArgs.insert(p_vecArgs.begin(), {"--clock", tarnix_test::pinnedClockText()});
+        }
         p_vecArgs.insert(p_vecArgs.begin(), {"--root", m_strCam});
         return run(p_vecArgs, p_strInput);
     }
@@ -83,31 +72,30 @@ protected:
     }
     // Records of a scheme file below <cam>.
     std::vector<KeyVal> camRecords(const std::string& p_strDevicePath) const {
-        std::string bytes = slurp(camPath(p_strDevicePath));
-        std::vector<KeyVal> records(bytes.size() / sizeof(KeyVal));
-        if (!records.empty()) {
-            std::memcpy(records.data(), bytes.data(), records.size() * sizeof(KeyVal));
-        }
-        return records;
+        return tarnix_test::readKeyValFile(camPath(p_strDevicePath));
     }
     // Value of a key in records; -12345 when absent.
     static long long valueOf(const std::vector<KeyVal>& p_vecRecords, u32 p_nKey) {
-        for (const KeyVal& kv : p_vecRecords) {
-            if (kv.key == p_nKey) {
-                return static_cast<int32_t>(kv.value);
-            }
-        }
-        return -12345;
+        return tarnix_test::keyValueOf(p_vecRecords, p_nKey);
     }
-    // The run failed with the exit code and one error line on stderr that
-    // contains the text.
+    // The run failed with the exit code and one error line on stderr, the
+    // last, that contains the text; any line before it is a warning.
     static void expectError(const RunResult& p_stRun, int p_nCode, const std::string& p_strText) {
         EXPECT_EQ(p_nCode, p_stRun.code) << p_stRun.out << p_stRun.err;
         std::vector<std::string> errLines = lines(p_stRun.err);
-        ASSERT_EQ(1u, errLines.size()) << p_stRun.err;
-        EXPECT_EQ(0u, errLines[0].find("sensorctl: error: ")) << errLines[0];
-        EXPECT_NE(std::string::npos, errLines[0].find(p_strText)) << errLines[0];
+        ASSERT_FALSE(errLines.empty()) << p_stRun.err;
+        for (size_t i = 0; i + 1 < errLines.size(); ++i) {
+            EXPECT_EQ(0u, errLines[i].find("sensorctl: warning: ")) << errLines[i];
+        }
+        EXPECT_EQ(0u, errLines.back().find("sensorctl: error: ")) << errLines.back();
+        EXPECT_NE(std::string::npos, errLines.back().find(p_strText)) << errLines.back();
     }
+    // The warning lines of a run's stderr.
+    static std::vector<std::string> warnings(const RunResult& p_stRun) {
+        return linesStartingWith(p_stRun.err, "sensorctl: warning: ");
+    }
+    // The last line of a run that kept the library's output in <cam>'s log.
+    std::string logLine() const { return "sensorctl: library output in " + m_strCam + "/sensorctl.log"; }
 
     std::string m_strCam;
     std::string m_strProgram;

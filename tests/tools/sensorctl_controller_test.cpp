@@ -62,8 +62,11 @@ TEST_F(SensorctlControllerTest, SetAppliesTheTypicalRequestAndStoresTheScheme) {
         "sensorctl: isp ch0 set 34 KEY_BRIGHTNESS 60 -> 0",
         "sensorctl: isp ch0 set 2337 KEY_SATURATION 45 -> 0",
         "sensorctl: log: 2 ISP calls (2 set), 0 video notifications",
+        logLine(),
     };
     EXPECT_EQ(expected, own) << r.out;
+    // Only sensorctl's own lines reach stdout; the library's are in the log.
+    EXPECT_EQ(own, lines(r.out));
     std::vector<KeyVal> scheme0 = camRecords(kScheme0);
     EXPECT_EQ(60, valueOf(scheme0, 34));
     EXPECT_EQ(45, valueOf(scheme0, 2337));
@@ -77,7 +80,8 @@ TEST_F(SensorctlControllerTest, SetAppliesTheTypicalRequestAndStoresTheScheme) {
     r = onCam({"get", "(34,2337)"});
     ASSERT_EQ(0, r.code) << r.err;
     EXPECT_EQ((std::vector<std::string>{"sensorctl: get (34,2337) -> (34,60)(2337,45)",
-                                        "sensorctl:   (34,60)  KEY_BRIGHTNESS", "sensorctl:   (2337,45)  KEY_SATURATION"}),
+                                        "sensorctl:   (34,60)  KEY_BRIGHTNESS", "sensorctl:   (2337,45)  KEY_SATURATION",
+                                        logLine()}),
               linesStartingWith(r.out, "sensorctl: "));
     r = onCam({"--log", "set", "(34,60)(2337,45)"});
     ASSERT_EQ(0, r.code) << r.err;
@@ -126,7 +130,7 @@ TEST_F(SensorctlControllerTest, MissingOrBrokenRootsAreClearErrors) {
     makeDir("/plain");
     expectError(run({"--root", hostPath("/plain"), "all"}), 1, "is not a device root");
     // TARNIX_ROOT stands in for --root.
-    RunResult r = run({"scheme"}, "", {"TARNIX_ROOT=" + m_strCam});
+    RunResult r = run({"--clock", tarnix_test::pinnedClockText(), "scheme"}, "", {"TARNIX_ROOT=" + m_strCam});
     EXPECT_EQ(0, r.code) << r.err;
     EXPECT_TRUE(hasLine(r.out, "sensorctl: scheme 0 (user schemes 0-3, factory scheme 4)"));
 
@@ -148,10 +152,15 @@ TEST_F(SensorctlControllerTest, AModuleFileWithoutAnEntryIsAWarning) {
 }
 
 TEST_F(SensorctlControllerTest, GetReadsKeysAndReportsUnreadableOnes) {
-    appendToProfile("fail 12 1 -1");
-    RunResult r = onCam({"get", "(34,12)"});
-    expectError(r, 1, "could not read key(s) 12");
-    EXPECT_TRUE(hasLine(r.out, "sensorctl: get (34,12) -> (34,50)")) << r.out;
+    appendToProfile("fail 1570 1 -1");
+    RunResult r = onCam({"get", "(34,1570)"});
+    expectError(r, 1, "could not read key(s) 1570");
+    EXPECT_TRUE(hasLine(r.out, "sensorctl: get (34,1570) -> (34,50)")) << r.out;
+    // The library's report of the failed read is summarised.
+    EXPECT_EQ((std::vector<std::string>{"sensorctl: warning: the library raised 1 assertion report in getParameter: "
+                                        "SNS_SUCCESS == doIaCmd(p_nKey, IA_CMD_OPT_GET, &p_nVal) (see " +
+                                        m_strCam + "/sensorctl.log)"}),
+              warnings(r));
     for (const char* ids : {"()", "(a)", "34", "(34,)", "(34;2337)", "(-5)"}) {
         expectError(onCam({"get", ids}), 2, "bad key list");
     }
@@ -163,7 +172,8 @@ TEST_F(SensorctlControllerTest, AllListsTheCurrentSchemeWithKeyNames) {
     std::vector<KeyVal> file = camRecords(kScheme0);
     ASSERT_FALSE(file.empty());
     std::vector<std::string> own = linesStartingWith(r.out, "sensorctl: ");
-    ASSERT_EQ(file.size() + 1, own.size()) << r.out;
+    ASSERT_EQ(file.size() + 2, own.size()) << r.out;
+    EXPECT_EQ(logLine(), own.back());
     EXPECT_EQ("sensorctl: scheme 0: " + std::to_string(file.size()) + " parameters", own[0]);
     for (size_t i = 0; i < file.size(); ++i) {
         std::string prefix = "sensorctl:   (" + std::to_string(file[i].key) + "," +
@@ -220,24 +230,38 @@ TEST_F(SensorctlControllerTest, SchemeShowsAndSwitchesSendingOnlyTheDifferingKey
     ASSERT_EQ(0, r.code) << r.err;
     EXPECT_EQ((std::vector<std::string>{"sensorctl: scheme 1 -> switched, current scheme 1",
                                         "sensorctl: isp ch0 set 34 KEY_BRIGHTNESS 50 -> 0",
-                                        "sensorctl: log: 1 ISP calls (1 set), 0 video notifications"}),
+                                        "sensorctl: log: 1 ISP calls (1 set), 0 video notifications", logLine()}),
               linesStartingWith(r.out, "sensorctl: "));
     // The factory scheme is accepted as well.
     r = onCam({"scheme", "4"});
     EXPECT_EQ(0, r.code);
     EXPECT_TRUE(hasLine(r.out, "sensorctl: scheme 4 -> switched, current scheme 4"));
-    // Beyond the factory scheme the library reports and still switches (kept as it is).
+    // Beyond the factory scheme the library reports and still switches (kept
+    // as it is); sensorctl says so, and summarises the library's report.
     r = onCam({"scheme", "9"});
     EXPECT_EQ(0, r.code) << r.err;
     EXPECT_TRUE(hasLine(r.out, "sensorctl: scheme 9 -> switched, current scheme 9")) << r.out;
-    EXPECT_NE(std::string::npos, r.out.find("[sensor assert]"));
+    EXPECT_EQ((std::vector<std::string>{
+                  "sensorctl: warning: scheme 9 is not a scheme of this channel (user schemes 0-3, factory scheme "
+                  "4); the library keeps it as the current scheme",
+                  "sensorctl: warning: the library raised 1 assertion report in setParamScheme: p_nScheme >= 0 && "
+                  "(u32)p_nScheme <= m_stSysConf.nSchemeSum (see " + m_strCam + "/sensorctl.log)"}),
+              lines(r.err));
+    EXPECT_EQ(std::string::npos, r.out.find("[sensor assert]"));
+    EXPECT_NE(std::string::npos, slurp(camPath("/sensorctl.log")).find("[sensor assert] file:ISensorController.cpp "
+                                                                         "fun:setParamScheme line:"));
     expectError(onCam({"scheme", "one"}), 2, "bad scheme number: 'one'");
     expectError(onCam({"scheme", "1", "2"}), 2, "too many arguments");
 }
 
 TEST_F(SensorctlControllerTest, ClockOptionDrivesTheTimeSchedule) {
     // Scheme 0 holds 00:00-08:00 and the time schedule; the other schemes keep 00:00-24:00.
-    ASSERT_EQ(0, onCam({"set", "(8000,1)(8003,8)"}).code);
+    // At 20:27 the set moves scheme 0 out of its own window: the sensor thread
+    // may switch to scheme 1 before sensorctl's flush, which still stores
+    // scheme 0's new values.
+    ASSERT_EQ(0, onCam({"--clock", "20:27", "set", "(8000,1)(8003,8)"}).code);
+    EXPECT_EQ(1, valueOf(camRecords(kScheme0), 8000));
+    EXPECT_EQ(8, valueOf(camRecords(kScheme0), 8003));
     RunResult r = onCam({"--clock", "09:00", "scheme"});
     EXPECT_TRUE(hasLine(r.out, "sensorctl: scheme 1 (user schemes 0-3, factory scheme 4)")) << r.out;
     r = onCam({"--clock", "07:59", "scheme"});
@@ -273,8 +297,9 @@ TEST_F(SensorctlControllerTest, ResetReturnsTheChannelToFactoryValues) {
     RunResult r = onCam({"reset"});
     ASSERT_EQ(0, r.code) << r.err;
     std::vector<std::string> own = linesStartingWith(r.out, "sensorctl: ");
-    ASSERT_EQ(5u, own.size()) << r.out;
+    ASSERT_EQ(6u, own.size()) << r.out;
     EXPECT_EQ("sensorctl: reset -> done: channel 1 back to factory values, scheme 0", own[0]);
+    EXPECT_EQ(logLine(), own[5]);
     EXPECT_EQ(0u, own[1].find("sensorctl:   /mnt/mtd/code/config_file/sensor1_0.cfg ("));
     EXPECT_EQ(50, valueOf(camRecords(kScheme0), 34));
     EXPECT_EQ(50, valueOf(camRecords(kScheme0), 2337));
@@ -374,4 +399,73 @@ TEST_F(SensorctlControllerTest, OtherChannelsAndTheThermalTreeUseTheirOwnFiles) 
     EXPECT_TRUE(hasLine(r.out, "sensorctl: isp ch1 set 34 KEY_BRIGHTNESS 61 -> 0")) << r.out;
     r = onCam({"scheme"});
     EXPECT_TRUE(hasLine(r.out, "sensorctl: scheme 0 (user schemes 0-1, factory scheme 2)")) << r.out;
+}
+
+TEST_F(SensorctlControllerTest, LibraryOutputGoesToTheLogAndWithVerboseToStdoutToo) {
+    RunResult r = onCam({"scheme"});
+    ASSERT_EQ(0, r.code) << r.err;
+    EXPECT_EQ((std::vector<std::string>{"sensorctl: scheme 0 (user schemes 0-3, factory scheme 4)", logLine()}),
+              lines(r.out));
+    std::string log = slurp(camPath("/sensorctl.log"));
+    EXPECT_NE(std::string::npos, log.find("dnaCmdList.cmd_list[")) << log.substr(0, 400);
+    EXPECT_EQ(std::string::npos, log.find('\033')) << "the log holds no colour codes";
+    EXPECT_EQ(std::string::npos, log.find("sensorctl: ")) << "nor sensorctl's own lines";
+
+    r = onCam({"--verbose", "scheme"});
+    ASSERT_EQ(0, r.code) << r.err;
+    EXPECT_NE(std::string::npos, r.out.find("dnaCmdList.cmd_list[")) << r.out.substr(0, 400);
+    EXPECT_EQ(std::string::npos, r.out.find('\033')) << "stdout is not a terminal: no colour codes";
+    std::vector<std::string> own = linesStartingWith(r.out, "sensorctl: ");
+    EXPECT_EQ((std::vector<std::string>{"sensorctl: scheme 0 (user schemes 0-3, factory scheme 4)", logLine()}), own);
+    EXPECT_EQ("", r.err);
+}
+
+TEST_F(SensorctlControllerTest, TheLogShowsWhatAReadReturned) {
+    RunResult r = onCam({"--log", "zoom"});
+    ASSERT_EQ(0, r.code) << r.err;
+    EXPECT_TRUE(hasLine(r.out, "sensorctl: isp ch0 get 1568 KEY_MZ_POSITION = 16384 (ok)")) << r.out;
+    appendToProfile("fail 1568 1 -1");
+    r = onCam({"--log", "zoom"});
+    EXPECT_EQ(1, r.code);
+    EXPECT_TRUE(hasLine(r.out, "sensorctl: isp ch0 get 1568 KEY_MZ_POSITION (failed -1)")) << r.out;
+}
+
+TEST_F(SensorctlControllerTest, KeysOutsideTheKeyTableAreNamed) {
+    RunResult r = onCam({"set", "(34,55)(54321,1)"});
+    ASSERT_EQ(0, r.code) << r.err;
+    EXPECT_EQ((std::vector<std::string>{
+                  "sensorctl: warning: key 54321 is not in the key table; the library sends it to the ISP as command "
+                  "54321",
+                  "sensorctl: warning: the library raised 1 assertion report in setParameters: -1 != "
+                  "findFromKeyCmdMap(m_pKeyCmdMap, nKey, stKeyCmdTmp) (see " + m_strCam + "/sensorctl.log)"}),
+              lines(r.err));
+    EXPECT_EQ(55, valueOf(camRecords(kScheme0), 34));
+
+    // A read of such a key fails the command, whatever the ISP answers.
+    r = onCam({"get", "(34,54321)"});
+    expectError(r, 1, "could not read key(s) 54321 (not in the key table: 54321)");
+    EXPECT_EQ("sensorctl: warning: key 54321 is not in the key table", lines(r.err).front());
+    EXPECT_TRUE(hasLine(r.out, "sensorctl:   (34,55)  KEY_BRIGHTNESS")) << r.out;
+    // The twins without a row are outside the table as well.
+    r = onCam({"get", "(201)"});
+    expectError(r, 1, "could not read key(s) 201 (not in the key table: 201)");
+}
+
+TEST_F(SensorctlControllerTest, ValuesOutsideTheSettingsPageAreNamedAndStillApplied) {
+    RunResult r = onCam({"--log", "set", "(34,150)(2528,7)"});
+    ASSERT_EQ(0, r.code) << r.err;
+    EXPECT_EQ((std::vector<std::string>{
+                  "sensorctl: warning: value 150 of key 34 KEY_BRIGHTNESS is outside the range 0 to 100 of the "
+                  "settings page; the library applies it",
+                  "sensorctl: warning: value 7 of key 2528 KEY_GAMMA is not one of the choices 0, 1, 2, 3 of the "
+                  "settings page; the library applies it"}),
+              lines(r.err));
+    EXPECT_EQ(150, valueOf(camRecords(kScheme0), 34));
+    EXPECT_EQ(7, valueOf(camRecords(kScheme0), 2528));
+    // The check reads the narrowed style; its ISP queries stay out of the log.
+    EXPECT_TRUE(hasLine(r.out, "sensorctl: log: 2 ISP calls (2 set), 0 video notifications")) << r.out;
+
+    r = onCam({"set", "(34,100)(2528,3)"});
+    ASSERT_EQ(0, r.code);
+    EXPECT_EQ("", r.err);
 }

@@ -258,6 +258,25 @@ TEST_F(SensorctlTest, StyleMergeWithoutAMatchLeavesTheStyleAndWritesOut) {
         << r.out;
 }
 
+// A selector without operations makes the library report; the report is
+// summarised on stderr, and --verbose shows the library's lines as well.
+TEST_F(SensorctlTest, StyleMergeSummarisesTheLibrarysReports) {
+    writeFile("/style.xml", kStyle);
+    writeFile("/div.xml", "<select sensor=\"imx327\"/>");
+    RunResult r = run({"style", "merge", "--style", hostPath("/style.xml"), "--diversity", hostPath("/div.xml"),
+                       "--detail", "(sensor=imx327)"});
+    ASSERT_EQ(0, r.code) << r.err;
+    EXPECT_EQ("sensorctl: warning: the library raised 1 assertion report in mergeStyle: NULL != (node_second = "
+              "node_first->FirstChildElement())\n",
+              r.err);
+    EXPECT_EQ(std::string::npos, r.out.find("[sensor assert]")) << r.out;
+    EXPECT_NE(std::string::npos, r.out.find("<item id=\"34\" value=\"50\" />")) << r.out;
+    r = run({"style", "merge", "--verbose", "--style", hostPath("/style.xml"), "--diversity", hostPath("/div.xml"),
+             "--detail", "(sensor=imx327)"});
+    ASSERT_EQ(0, r.code) << r.err;
+    EXPECT_NE(std::string::npos, r.out.find("[sensor assert] file:SensorKeyVal.cpp fun:mergeStyle line:189\n")) << r.out;
+}
+
 TEST_F(SensorctlTest, StyleMergeErrors) {
     writeFile("/style.xml", kStyle);
     writeFile("/div.xml", kDiversity);

@@ -54,6 +54,7 @@ TEST_F(SensorctlShellTest, RunsCommandsOnOneLiveControllerAndEchoesThem) {
         "sensorctl: log: 1 ISP calls (1 set), 0 video notifications",
         "sensorctl> quit",
         "sensorctl: shell: 4 commands, 0 failed",
+        logLine(),
     };
     // The number of ISP calls of init depends on the sample tree; compare the rest exactly.
     ASSERT_EQ(expected.size(), own.size()) << r.out;
@@ -127,6 +128,12 @@ TEST_F(SensorctlShellTest, SwitchesSchemesByTheSimulatedDayNightState) {
     ASSERT_GT(scheme1, night) << r.out;
     long logged = indexOf(own, "sensorctl: isp ch0 set 34 KEY_BRIGHTNESS 45 -> 0", static_cast<size_t>(scheme1));
     EXPECT_GT(logged, scheme1) << r.out;
+    // The thread's reads of the day/night state show the value read: night.
+    bool nightRead = false;
+    for (size_t i = static_cast<size_t>(night); i < own.size(); ++i) {
+        nightRead = nightRead || own[i].find("sensorctl: isp ch0 get 153 IA_CMD_DN_STATE = 1 (ok)") == 0;
+    }
+    EXPECT_TRUE(nightRead) << r.out;
     long day = indexOf(own, "sensorctl: daynight day: ISP channel 0 reports 0 on command 153");
     EXPECT_GE(indexOf(own, "sensorctl: scheme 0 (user schemes 0-3, factory scheme 4)", static_cast<size_t>(day)), 0)
         << r.out;
@@ -147,7 +154,7 @@ TEST_F(SensorctlShellTest, LogShowsVideoNotificationsAndCollapsesRepeatedCalls) 
     // The day/night policy reads the state every pass: one line with a count.
     bool collapsed = false;
     for (const std::string& line : own) {
-        collapsed = collapsed || (line.find("sensorctl: isp ch0 get 153 IA_CMD_DN_STATE -> 0   (x") == 0);
+        collapsed = collapsed || (line.find("sensorctl: isp ch0 get 153 IA_CMD_DN_STATE = 0 (ok)   (x") == 0);
     }
     EXPECT_TRUE(collapsed) << r.out;
 }
@@ -214,7 +221,9 @@ TEST_F(SensorctlShellTest, ShellOptionErrors) {
 }
 
 TEST_F(SensorctlShellTest, TheDemoSessionRunsTheWholeLifeOfAChannel) {
-    RunResult r = runProgram("/bin/bash", {TARNIX_DEMO_SESSION, m_strCam, program()}, "", root(), root());
+    // The session's commands without --clock run on the test's pinned clock.
+    RunResult r = runProgram("/bin/bash", {TARNIX_DEMO_SESSION, m_strCam, program()}, "", root(), root(),
+                             {"TARNIX_CLOCK=" + tarnix_test::pinnedClockText()});
     ASSERT_EQ(0, r.code) << r.out << r.err;
     EXPECT_EQ("", r.err);
     std::vector<std::string> all = lines(r.out);
@@ -253,6 +262,11 @@ TEST_F(SensorctlShellTest, TheDemoSessionRunsTheWholeLifeOfAChannel) {
     EXPECT_EQ(0u, withoutColours(r.out).find("\n==> Boot.")) << "the session starts with its narration";
     EXPECT_EQ(std::string::npos, r.out.find("sensorctl: error:"));
     EXPECT_EQ(std::string::npos, r.out.find("[sensor assert]")) << "a clean life raises no assertion report";
+    // Only narration and sensorctl's own lines: the library's output is in the log.
+    for (const std::string& line : all) {
+        EXPECT_TRUE(line.empty() || line.compare(0, 3, "==>") == 0 || line.compare(0, 9, "sensorctl") == 0) << line;
+    }
+    EXPECT_NE(std::string::npos, slurp(camPath("/sensorctl.log")).find("dnaCmdList.cmd_list["));
     EXPECT_EQ(50, valueOf(camRecords("/mnt/mtd/code/config_file/sensor1_0.cfg"), 34));
 }
 

@@ -13,8 +13,8 @@ namespace {
 
 // Options that take a value, and flags.
 const char* const kValueOptions[] = {"root", "channel", "clock", "time-scale", "model", "devices",
-                                     "out",  "style",   "diversity", "detail"};
-const char* const kFlagOptions[] = {"log", "help", "summary"};
+                                     "out",  "style",   "diversity", "detail", "bind", "port"};
+const char* const kFlagOptions[] = {"log", "help", "summary", "verbose"};
 
 bool isValueOption(const std::string& p_strName) {
     for (const char* name : kValueOptions) {
@@ -70,8 +70,17 @@ void setOption(Options& p_stOptions, const std::string& p_strName, const std::st
         p_stOptions.diversityFile = p_strValue;
     } else if (p_strName == "detail") {
         p_stOptions.detail = p_strValue;
+    } else if (p_strName == "bind") {
+        if (p_strValue.empty()) {
+            usageError("--bind needs an address");
+        }
+        p_stOptions.bind = p_strValue;
+    } else if (p_strName == "port") {
+        p_stOptions.port = static_cast<int>(integerArg(p_strValue, 0, 65535, "--port (0 to 65535)"));
     } else if (p_strName == "log") {
         p_stOptions.log = true;
+    } else if (p_strName == "verbose") {
+        p_stOptions.verbose = true;
     } else if (p_strName == "help") {
         p_stOptions.help = true;
     } else if (p_strName == "summary") {

@@ -20,6 +20,7 @@ struct Options {
     int clockMinute = -1;
     double timeScale = 0.01;          // --time-scale S
     bool log = false;                 // --log
+    bool verbose = false;             // --verbose
     bool help = false;                // --help, -h
     std::string model;                // --model (init-root)
     std::string devicesDir;           // --devices (init-root)
@@ -28,6 +29,8 @@ struct Options {
     std::string styleFile;            // --style F (style merge)
     std::string diversityFile;        // --diversity F (style merge)
     std::string detail;               // --detail TEXT (style merge)
+    std::string bind = "127.0.0.1";   // --bind ADDR (serve)
+    int port = 8080;                  // --port P (serve)
 
     bool has(const std::string& p_strName) const { return given.count(p_strName) != 0; }
 };

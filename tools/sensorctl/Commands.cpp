@@ -26,12 +26,15 @@ const CommandHelp kHelp[] = {
      "the program, the install prefix, and the source tree sensorctl was built from."},
     {"set", "set TEXT", "apply parameters, e.g. '(34,60)(2337,45)', then store the current scheme (flush)",
      "TEXT is records (key,value) back to back, decimal, no blanks. Values equal to the cached ones are\n"
-     "skipped by the library. Fails (exit 1) when the apply or the flush fails."},
+     "skipped by the library. A key that is not in the key table, or a value outside the range or choices\n"
+     "of the settings page, gets a warning (the library applies it all the same). Fails (exit 1) when the\n"
+     "apply or the flush fails."},
     {"apply", "apply TEXT", "apply parameters like set, without storing them", ""},
     {"flush", "flush", "store the current scheme in its parameter file", ""},
     {"get", "get IDS", "read parameters, e.g. '(34,2337)'",
      "IDS is keys in one pair of brackets separated by ','. Prints the values in the (key,value) form\n"
-     "and one line per key with its name; a key that cannot be read fails the command (exit 1)."},
+     "and one line per key with its name; a key that cannot be read, or is not in the key table, fails\n"
+     "the command (exit 1)."},
     {"all", "all", "list every parameter of the current scheme with key names", ""},
     {"style", "style [--summary] [--out FILE]",
      "print the settings-page style narrowed to what the ISP offers (XML)",
@@ -39,8 +42,9 @@ const CommandHelp kHelp[] = {
     {"factory", "factory", "list the factory values of the channel with key names",
      "The factory values are read out of the narrowed style, as the controller's init does."},
     {"scheme", "scheme [N]", "show the current scheme, or switch to scheme N",
-     "N may be a user scheme (0 to max_scheme-1) or the factory scheme (max_scheme). A one-shot switch\n"
-     "lasts for this run only: the next run starts from scheme 0 or from its automatic policy."},
+     "N may be a user scheme (0 to max_scheme-1) or the factory scheme (max_scheme); any other N gets a\n"
+     "warning, as the library reports it and keeps it all the same. A one-shot switch lasts for this run\n"
+     "only: the next run starts from scheme 0 or from its automatic policy."},
     {"mode", "mode [0|1]", "show or set automatic scheme switching (1 on, 0 suspended)", ""},
     {"restore", "restore KEY", "send the current scheme's stored value of KEY to the ISP again", ""},
     {"reset", "reset", "factory reset: delete the channel's scheme files and initialise it again", ""},
@@ -54,6 +58,10 @@ const CommandHelp kHelp[] = {
      "ISP's day/night state), wait N (N sensor-thread passes), log (ISP calls and video notifications\n"
      "since the last log), cfg dump|diff, help, quit. Blank lines and lines starting with '#' are\n"
      "skipped; words may be quoted with '...'. Exit code 1 when any command failed."},
+    {"serve", "serve [--bind ADDR] [--port P]", "serve the channel's settings page, live, to a web browser",
+     "Runs one controller as the shell does and an HTTP server on it until Ctrl-C (SIGINT) or SIGTERM.\n"
+     "Prints the URL to open, with the run's token in it. --bind (default 127.0.0.1) and --port\n"
+     "(default 8080; 0 picks a free port). Also --root, --channel, --clock, --time-scale."},
     {"cfg", "cfg dump FILE | cfg diff A B", "decode scheme files into (key,value) lines with key names",
      "Files are 8-byte records (key, value) in native byte order. With --root, an absolute path that\n"
      "exists below the root is read from there (e.g. /mnt/mtd/code/config_file/sensor1_0.cfg)."},
@@ -109,8 +117,29 @@ void flushScheme(Session& p_objSession) {
     }
 }
 
+// Says what the library does not: a key without a row in the key table, and
+// a value outside the range or choices of the narrowed settings page (the
+// library applies both all the same).
+void warnAboutRecords(Session& p_objSession, const std::vector<KeyVal>& p_vecRecords) {
+    for (const KeyVal& kv : p_vecRecords) {
+        const int nKey = static_cast<int>(kv.key);
+        const int nValue = static_cast<int>(kv.value);
+        if (keyName(kv.key) == nullptr) {
+            printWarning(format("key %d is not in the key table; the library sends it to the ISP as command %d", nKey,
+                                nKey));
+            continue;
+        }
+        std::string strAllowed;
+        if (!p_objSession.valueAllowed(kv.key, nValue, strAllowed)) {
+            printWarning(format("value %d of key %d %s is %s of the settings page; the library applies it",
+                                nValue, nKey, keyName(kv.key), strAllowed.c_str()));
+        }
+    }
+}
+
 void applyText(Session& p_objSession, const std::string& p_strText, bool p_bFlush) {
-    recordTextArg(p_strText);   // usage error on bad text
+    std::vector<KeyVal> records = recordTextArg(p_strText);   // usage error on bad text
+    warnAboutRecords(p_objSession, records);
     int ret = p_objSession.controller().setParameters(p_strText, true);
     say("%s %s -> %d", p_bFlush ? "set" : "apply", p_strText.c_str(), ret);
     if (ret != 0) {
@@ -123,6 +152,13 @@ void applyText(Session& p_objSession, const std::string& p_strText, bool p_bFlus
 
 void cmdGet(Session& p_objSession, const std::string& p_strIds) {
     std::vector<int> keys = keyListArg(p_strIds);
+    std::string unknown;
+    for (int key : keys) {
+        if (keyName(static_cast<u32>(key)) == nullptr) {
+            printWarning(format("key %d is not in the key table", key));
+            unknown += format(unknown.empty() ? "%d" : ", %d", key);
+        }
+    }
     std::string out;
     if (!p_objSession.controller().getParameters(p_strIds, out)) {
         runtimeError("the controller refused the key list " + p_strIds);
@@ -130,18 +166,21 @@ void cmdGet(Session& p_objSession, const std::string& p_strIds) {
     say("get %s -> %s", p_strIds.c_str(), out.c_str());
     std::vector<KeyVal> records = parseRecords(out);
     printRecords(records);
+    // A key is read when the library returned it and the key table has it.
     std::string missing;
     for (int key : keys) {
-        bool bFound = false;
+        bool bFound = keyName(static_cast<u32>(key)) != nullptr;
+        bool bReturned = false;
         for (const KeyVal& kv : records) {
-            bFound = bFound || kv.key == static_cast<u32>(key);
+            bReturned = bReturned || kv.key == static_cast<u32>(key);
         }
-        if (!bFound) {
+        if (!bFound || !bReturned) {
             missing += format(missing.empty() ? "%d" : ", %d", key);
         }
     }
     if (!missing.empty()) {
-        runtimeError("could not read key(s) " + missing);
+        runtimeError("could not read key(s) " + missing +
+                     (unknown.empty() ? std::string() : " (not in the key table: " + unknown + ")"));
     }
 }
 
@@ -204,15 +243,6 @@ void printStyleSummary(const std::string& p_strXml) {
     }
 }
 
-void writeTextFile(const std::string& p_strPath, const std::string& p_strText) {
-    std::ofstream out(p_strPath, std::ios::binary | std::ios::trunc);
-    out << p_strText;
-    out.flush();
-    if (!out) {
-        runtimeError("cannot write " + p_strPath);
-    }
-}
-
 void cmdStyle(Session& p_objSession, const Options& p_stOptions) {
     std::string xml = p_objSession.controller().getUIStyleFile();
     if (p_stOptions.summary) {
@@ -253,6 +283,11 @@ void cmdScheme(Session& p_objSession, const Options& p_stOptions) {
     int nWanted = static_cast<int>(integerArg(p_stOptions.words[1], INT32_MIN, INT32_MAX, "scheme number"));
     bool bOk = ctl.setParamScheme(nWanted);
     say("scheme %d -> %s, current scheme %d", nWanted, bOk ? "switched" : "failed", currentScheme(ctl));
+    if (bOk && (nWanted < 0 || static_cast<u32>(nWanted) > nSchemes)) {
+        printWarning(format("scheme %d is not a scheme of this channel (user schemes 0-%d, factory scheme %u); "
+                            "the library keeps it as the current scheme",
+                            nWanted, static_cast<int>(nSchemes) - 1, nSchemes));
+    }
     if (!bOk) {
         runtimeError(format("switching to scheme %d failed", nWanted));
     }
@@ -397,7 +432,8 @@ const CommandHelp* findCommandHelp(const std::string& p_strName) {
 }
 
 void printGeneralHelp() {
-    std::printf(
+    FILE* out = ownStream();
+    std::fprintf(out,
         "usage: sensorctl [--root DIR] [--channel N] [options] COMMAND [ARGS]\n"
         "\n"
         "Drives a real ISensorController over a device root on disk (a copy of a sample device tree,\n"
@@ -407,12 +443,12 @@ void printGeneralHelp() {
         "Commands:\n");
     for (const CommandHelp& help : kHelp) {
         if (std::strlen(help.usage) <= 44) {
-            std::printf("  %-44s %s\n", help.usage, help.summary);
+            std::fprintf(out, "  %-44s %s\n", help.usage, help.summary);
         } else {
-            std::printf("  %s\n  %-44s %s\n", help.usage, "", help.summary);
+            std::fprintf(out, "  %s\n  %-44s %s\n", help.usage, "", help.summary);
         }
     }
-    std::printf(
+    std::fprintf(out,
         "\n"
         "Controller commands (set to check) initialise the channel, act and shut it down again.\n"
         "\n"
@@ -421,24 +457,29 @@ void printGeneralHelp() {
         "  --channel N        channel 1 to 16 (default 1)\n"
         "  --clock HH:MM      fixed device clock for the scheme schedule (default: $TARNIX_CLOCK or real)\n"
         "  --time-scale S     waits last S times as long (default 0.01: a 1 s pass takes 10 ms)\n"
-        "  --log              print the ISP calls and video notifications the command caused\n"
+        "  --log              print the ISP calls (reads with the value read) and video notifications\n"
+        "                     the command caused\n"
+        "  --verbose          show the library's console output too (traces, assertion reports)\n"
         "  --help, -h         this text; 'sensorctl COMMAND --help' for one command\n"
         "\n"
-        "Lines starting with 'sensorctl: ' are sensorctl's own; every other line on stdout is the\n"
-        "library's console output. Errors are one line on stderr starting with 'sensorctl: error: ';\n"
-        "exit code 2 for usage errors, 1 for failures.\n"
+        "sensorctl prints its own lines only ('sensorctl: ...'); the library's console output of a run\n"
+        "goes to <root>/sensorctl.log (the last line says so), and its assertion reports and errors are\n"
+        "summarised on stderr. Errors and warnings are one line each on stderr ('sensorctl: error: ',\n"
+        "'sensorctl: warning: '); exit code 2 for usage errors, 1 for failures.\n"
         "\n"
         "The simulated ISP is loaded from <root>/isp/profile.conf; the values that differ from it at\n"
         "the end of a run are kept in <root>/isp/state.conf (same format) and loaded after it.\n");
 }
 
 void printCommandHelp(const CommandHelp& p_stHelp) {
-    std::printf("usage: sensorctl %s\n\n%s.\n", p_stHelp.usage, p_stHelp.summary);
+    FILE* out = ownStream();
+    std::fprintf(out, "usage: sensorctl %s\n\n%s.\n", p_stHelp.usage, p_stHelp.summary);
     if (p_stHelp.details[0] != '\0') {
-        std::printf("\n%s\n", p_stHelp.details);
+        std::fprintf(out, "\n%s\n", p_stHelp.details);
     }
     if (isControllerCommand(p_stHelp.name)) {
-        std::printf("\nOptions: --root DIR, --channel N, --clock HH:MM, --time-scale S, --log (see sensorctl --help).\n");
+        std::fprintf(out, "\nOptions: --root DIR, --channel N, --clock HH:MM, --time-scale S, --log, --verbose "
+                          "(see sensorctl --help).\n");
     }
 }
 
@@ -564,6 +605,15 @@ void runControllerCommand(Session& p_objSession, const Options& p_stOptions) {
         cmdCheck(p_objSession, p_stOptions.words[1]);
     } else {
         usageError("unknown command '" + cmd + "'");
+    }
+}
+
+void writeTextFile(const std::string& p_strPath, const std::string& p_strText) {
+    std::ofstream out(p_strPath, std::ios::binary | std::ios::trunc);
+    out << p_strText;
+    out.flush();
+    if (!out) {
+        runtimeError("cannot write " + p_strPath);
     }
 }
 

@@ -42,5 +42,7 @@ int runShell(const Options& p_stOptions);
 // exists below the root is taken from there (so device paths such as
 // /mnt/mtd/code/config_file/sensor1_0.cfg work); otherwise the path as given.
 std::string resolveFileArg(const std::string& p_strPath, const std::string& p_strRoot);
+// Writes the text to a host file (created or truncated); a failure error otherwise.
+void writeTextFile(const std::string& p_strPath, const std::string& p_strText);
 
 } // namespace sensorctl

@@ -5,12 +5,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+
+#include <tinyxml.h>
 
 #include "config/StyleXml.h"
 #include "config/sensor.h"
@@ -47,41 +50,67 @@ bool isFile(const std::string& p_strPath) {
     return ::stat(p_strPath.c_str(), &st) == 0 && S_ISREG(st.st_mode);
 }
 
-const char* optName(unsigned int p_nOpt) {
-    switch (p_nOpt) {
-    case IA_CMD_OPT_SET:
-        return "set";
-    case IA_CMD_OPT_GET:
-        return "get";
-    case IA_CMD_OPT_GET_PARAM_RNAGE:
-        return "range";
-    case IA_CMD_OPT_CORRECT_PARAM:
-        return "correct";
-    case IA_CMD_OPT_GET_STATUS:
-        return "status";
-    default:
-        return "opt?";
+// Words of an ISP buffer: one value, or the first eight in brackets.
+std::string describeWords(const std::vector<uint32_t>& p_vecWords) {
+    if (p_vecWords.size() == 1) {
+        return format("%d", static_cast<int32_t>(p_vecWords[0]));
     }
+    std::string text = "[";
+    for (size_t i = 0; i < p_vecWords.size() && i < 8; ++i) {
+        text += format(i == 0 ? "%d" : " %d", static_cast<int32_t>(p_vecWords[i]));
+    }
+    return text + (p_vecWords.size() > 8 ? " ...]" : "]");
 }
 
-// One log line of an ISP call (data shown for sets only: for the other
-// options the buffer holds what the caller passed in, not the answer).
+// One log line of an ISP call. A set shows the value sent and the result
+// ("-> 0"); a read shows the value the ISP answered and the result
+// ("= 1 (ok)"), or only the result when it answered nothing.
 std::string describeCall(const ispsim::Call& p_stCall) {
-    std::string text = format("isp ch%d %s %u %s", p_stCall.channel, optName(p_stCall.opt), p_stCall.cmd,
+    std::string text = format("isp ch%d %s %u %s", p_stCall.channel, ispOptionName(p_stCall.opt), p_stCall.cmd,
                               nameOrDash(ispCommandName(p_stCall.cmd)));
-    if (p_stCall.opt == IA_CMD_OPT_SET && !p_stCall.data.empty()) {
-        if (p_stCall.data.size() == 1) {
-            text += format(" %d", static_cast<int32_t>(p_stCall.data[0]));
-        } else {
-            text += " [";
-            for (size_t i = 0; i < p_stCall.data.size() && i < 8; ++i) {
-                text += format(i == 0 ? "%d" : " %d", static_cast<int32_t>(p_stCall.data[i]));
-            }
-            text += p_stCall.data.size() > 8 ? " ...]" : "]";
+    if (p_stCall.opt == IA_CMD_OPT_SET) {
+        if (!p_stCall.data.empty()) {
+            text += " " + describeWords(p_stCall.data);
         }
+        return text + format(" -> %d", p_stCall.result);
     }
-    text += format(" -> %d", p_stCall.result);
-    return text;
+    if (!p_stCall.answer.empty()) {
+        text += " = " + describeWords(p_stCall.answer);
+    }
+    return text + (p_stCall.result == 0 ? std::string(" (ok)") : format(" (failed %d)", p_stCall.result));
+}
+
+// Two calls that read the same in the log.
+bool sameCall(const ispsim::Call& p_stA, const ispsim::Call& p_stB) {
+    return p_stA.channel == p_stB.channel && p_stA.cmd == p_stB.cmd && p_stA.opt == p_stB.opt &&
+           p_stA.data == p_stB.data && p_stA.result == p_stB.result && p_stA.answer == p_stB.answer;
+}
+
+// The limits of every item with an "id" below p_pElement: its "min"/"max"
+// and the "index" of its choices. The first item of a key counts.
+template <typename Limits>
+void collectLimits(const TiXmlElement* p_pElement, std::map<u32, Limits>& p_mapLimits, int p_nDepth) {
+    if (p_pElement == nullptr || p_nDepth > STYLE_MAX_DEPTH) {
+        return;
+    }
+    int nId = 0;
+    if (p_pElement->QueryIntAttribute("id", &nId) == TIXML_SUCCESS && p_mapLimits.count(static_cast<u32>(nId)) == 0) {
+        Limits stLimits;
+        stLimits.bRange = p_pElement->QueryIntAttribute("min", &stLimits.nMin) == TIXML_SUCCESS &&
+                          p_pElement->QueryIntAttribute("max", &stLimits.nMax) == TIXML_SUCCESS;
+        for (const TiXmlElement* pChild = p_pElement->FirstChildElement(); pChild != nullptr;
+             pChild = pChild->NextSiblingElement()) {
+            int nIndex = 0;
+            if (pChild->QueryIntAttribute("index", &nIndex) == TIXML_SUCCESS) {
+                stLimits.vecChoices.push_back(nIndex);
+            }
+        }
+        p_mapLimits[static_cast<u32>(nId)] = stLimits;
+    }
+    for (const TiXmlElement* pChild = p_pElement->FirstChildElement(); pChild != nullptr;
+         pChild = pChild->NextSiblingElement()) {
+        collectLimits(pChild, p_mapLimits, p_nDepth + 1);
+    }
 }
 
 } // namespace
@@ -91,6 +120,21 @@ const char* nameOrDash(const char* p_szName) { return p_szName != nullptr ? p_sz
 // ---------------------------------------------------------------- Device
 
 Device::Device(const Options& p_stOptions) : m_nChannel(p_stOptions.channel) {
+    m_strRoot = resolveRoot(p_stOptions);
+    platform::setRoot(m_strRoot);
+    if (p_stOptions.has("time-scale") || std::getenv("TARNIX_TIME_SCALE") == nullptr) {
+        platform::setTimeScale(p_stOptions.timeScale);
+    }
+    if (p_stOptions.has("clock")) {
+        platform::setClock(p_stOptions.clockHour, p_stOptions.clockMinute);
+    }
+    loadIsp();
+    readModule();
+}
+
+// The device root: --root or $TARNIX_ROOT, an existing directory other than
+// "/" that holds a machine description; its real path.
+std::string Device::resolveRoot(const Options& p_stOptions) const {
     std::string strRoot = p_stOptions.root;
     if (strRoot.empty()) {
         const char* szEnv = std::getenv("TARNIX_ROOT");
@@ -106,24 +150,19 @@ Device::Device(const Options& p_stOptions) : m_nChannel(p_stOptions.channel) {
     if (::realpath(strRoot.c_str(), szReal) == nullptr) {
         runtimeError("cannot resolve device root '" + strRoot + "': " + std::strerror(errno));
     }
-    m_strRoot = szReal;
-    if (m_strRoot == "/") {
+    const std::string strReal = szReal;
+    if (strReal == "/") {
         runtimeError("refusing to use '/' as device root: sensorctl works on a copy of a device tree");
     }
-    if (!isFile(hostPath(SENSOR_MACHINEINFO_FILE))) {
+    if (!isFile(strReal + SENSOR_MACHINEINFO_FILE)) {
         runtimeError("'" + strRoot + "' is not a device root: it has no " SENSOR_MACHINEINFO_FILE
                      " (lay one down with: sensorctl init-root DIR --model box)");
     }
+    return strReal;
+}
 
-    platform::setRoot(m_strRoot);
-    if (p_stOptions.has("time-scale") || std::getenv("TARNIX_TIME_SCALE") == nullptr) {
-        platform::setTimeScale(p_stOptions.timeScale);
-    }
-    if (p_stOptions.has("clock")) {
-        platform::setClock(p_stOptions.clockHour, p_stOptions.clockMinute);
-    }
-
-    // The ISP: profile first, then what earlier runs left in it.
+// The simulated ISP: its profile first, then what earlier runs left in it.
+void Device::loadIsp() {
     ispsim::reset();
     std::string strProfile = hostPath(SENSORCTL_PROFILE_FILE);
     if (isFile(strProfile) && !ispsim::loadProfile(strProfile)) {
@@ -135,7 +174,26 @@ Device::Device(const Options& p_stOptions) : m_nChannel(p_stOptions.channel) {
         runtimeError("cannot load the kept ISP state " + strState + " (remove it to start from the profile)");
     }
     ispsim::clearCalls();
+}
 
+void Device::readModuleConfiguration() {
+    // A file that cannot be read leaves the configuration as it was.
+    const MachineInfo objMachine = m_objMachine;
+    const ModuleConfigure objModule = m_objModule;
+    try {
+        m_objMachine = MachineInfo();
+        m_objModule = ModuleConfigure();
+        readModule();
+    } catch (const ToolError&) {
+        m_objMachine = objMachine;
+        m_objModule = objModule;
+        throw;
+    }
+}
+
+// The machine description and the module configuration of the controller's
+// channel (an empty one, with a warning, when the root has none that applies).
+void Device::readModule() {
     if (!SystemInfoParser::parseMachineInfo(SENSOR_MACHINEINFO_FILE, m_objMachine)) {
         runtimeError("cannot read the machine description " + hostPath(SENSOR_MACHINEINFO_FILE) +
                      " (it needs a DeviceType= line)");
@@ -309,16 +367,57 @@ Session::~Session() { m_objController.uinit(); }
 std::vector<ispsim::Call> Session::newCalls() {
     std::vector<ispsim::Call> all = ispsim::calls();
     std::vector<ispsim::Call> out;
+    out.swap(m_vecPendingCalls);
     if (all.size() < m_nCallsSeen) {
         m_nCallsSeen = 0;   // cleared elsewhere
     }
-    out.assign(all.begin() + static_cast<std::ptrdiff_t>(m_nCallsSeen), all.end());
+    out.insert(out.end(), all.begin() + static_cast<std::ptrdiff_t>(m_nCallsSeen), all.end());
     m_nCallsSeen = all.size();
     if (m_nCallsSeen > 50000) {
         ispsim::clearCalls();
         m_nCallsSeen = 0;
     }
     return out;
+}
+
+const std::map<u32, Session::ValueLimits>& Session::valueLimits() {
+    if (!m_bLimitsRead) {
+        m_bLimitsRead = true;
+        // The calls so far stay for the log; the narrowing's own are dropped.
+        m_vecPendingCalls = newCalls();
+        const std::string strStyle = m_objController.getUIStyleFile();
+        std::vector<ispsim::Call> vecPending;
+        vecPending.swap(m_vecPendingCalls);
+        newCalls();
+        m_vecPendingCalls.swap(vecPending);
+        TiXmlDocument objDoc;
+        if (LoadMem(objDoc, strStyle.c_str(), TIXML_ENCODING_UTF8)) {
+            collectLimits(objDoc.RootElement(), m_mapLimits, 1);
+        }
+    }
+    return m_mapLimits;
+}
+
+bool Session::valueAllowed(u32 p_nKey, int p_nValue, std::string& p_strAllowed) {
+    const std::map<u32, ValueLimits>& mapLimits = valueLimits();
+    auto it = mapLimits.find(p_nKey);
+    if (it == mapLimits.end()) {
+        return true;
+    }
+    const ValueLimits& stLimits = it->second;
+    if (!stLimits.vecChoices.empty()) {
+        p_strAllowed = "not one of the choices";
+        for (size_t i = 0; i < stLimits.vecChoices.size(); ++i) {
+            p_strAllowed += format(i == 0 ? " %d" : ", %d", stLimits.vecChoices[i]);
+        }
+        return std::find(stLimits.vecChoices.begin(), stLimits.vecChoices.end(), p_nValue) !=
+               stLimits.vecChoices.end();
+    }
+    if (stLimits.bRange) {
+        p_strAllowed = format("outside the range %d to %d", stLimits.nMin, stLimits.nMax);
+        return p_nValue >= stLimits.nMin && p_nValue <= stLimits.nMax;
+    }
+    return true;
 }
 
 size_t Session::printLog() {
@@ -329,8 +428,7 @@ size_t Session::printLog() {
     // are shown once with their count.
     for (size_t i = 0; i < calls.size();) {
         size_t j = i + 1;
-        while (j < calls.size() && calls[j].channel == calls[i].channel && calls[j].cmd == calls[i].cmd &&
-               calls[j].opt == calls[i].opt && calls[j].data == calls[i].data && calls[j].result == calls[i].result) {
+        while (j < calls.size() && sameCall(calls[j], calls[i])) {
             ++j;
         }
         std::string line = describeCall(calls[i]);

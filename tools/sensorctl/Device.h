@@ -22,6 +22,8 @@ namespace sensorctl {
 // sensorctl keeps the ISP's values between runs (same format).
 #define SENSORCTL_PROFILE_FILE "/isp/profile.conf"
 #define SENSORCTL_STATE_FILE "/isp/state.conf"
+// The library's console output of the last run, inside a device root.
+#define SENSORCTL_LOG_FILE "/sensorctl.log"
 
 class Device {
 public:
@@ -47,6 +49,11 @@ public:
     const MachineInfo& machine() const { return m_objMachine; }
     const ModuleConfigure& module() const { return m_objModule; }
 
+    // Reads the machine description and the module configuration of the root
+    // again (the constructor does it once). Throws ToolError and then keeps
+    // what it had.
+    void readModuleConfiguration();
+
     // Writes the ISP values that differ from the profile into the state file
     // (removes it when none differ).
     void saveIspState();
@@ -54,6 +61,9 @@ public:
 private:
     using Snapshot = std::map<std::pair<int, unsigned int>, uint32_t>;
     static Snapshot snapshot();
+    std::string resolveRoot(const Options& p_stOptions) const;
+    void loadIsp();
+    void readModule();
 
     std::string m_strRoot;
     int m_nChannel;
@@ -100,14 +110,33 @@ public:
     // Forgets the ISP calls and notifications made so far; returns how many
     // ISP calls (and set calls among them) and notifications it dropped.
     void skipLog(size_t& p_nCalls, size_t& p_nSets, size_t& p_nNotifications);
+    // Whether the narrowed settings page allows the value for the key: within
+    // the item's min and max, or one of its choices. True for keys the page
+    // does not show; when false, p_strAllowed says how the value misses
+    // ("outside the range 0 to 100", "not one of the choices 0, 1").
+    bool valueAllowed(u32 p_nKey, int p_nValue, std::string& p_strAllowed);
 
 private:
+    // What the settings page allows for one item.
+    struct ValueLimits {
+        bool bRange = false;
+        int nMin = 0;
+        int nMax = 0;
+        std::vector<int> vecChoices;
+    };
+
     std::vector<ispsim::Call> newCalls();
+    // The limits of every item of the narrowed style, read once. The ISP
+    // calls the narrowing makes are left out of the log.
+    const std::map<u32, ValueLimits>& valueLimits();
 
     Device& m_objDevice;
     RecordingVideo m_objVideo;
     ISensorController m_objController;
     size_t m_nCallsSeen = 0;
+    std::vector<ispsim::Call> m_vecPendingCalls; // calls not yet shown, kept across a left-out stretch
+    bool m_bLimitsRead = false;
+    std::map<u32, ValueLimits> m_mapLimits;
 };
 
 // Name of a key for listings ("-" when it has none).

@@ -18,5 +18,8 @@ const char* keyName(uint32_t key);
 // Name of an ISP command: the key that drives it, else the ISP's own name
 // (IA_CMD_...), else nullptr.
 const char* ispCommandName(uint32_t cmd);
+// Name of an ISP call's option: set, get, range, correct, status; "opt?" for
+// any other.
+const char* ispOptionName(unsigned int opt);
 
 } // namespace sensorctl

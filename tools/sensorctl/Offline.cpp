@@ -13,8 +13,10 @@
 
 #include "config/StyleXml.h"
 #include "config/sensor.h"
+#include "platform/posix/HostTree.h"
 #include "platform/posix/PlatformControl.h"
 #include "tools/sensorctl/Commands.h"
+#include "tools/sensorctl/LibraryConsole.h"
 #include "tools/sensorctl/Output.h"
 
 namespace sensorctl {
@@ -106,19 +108,11 @@ size_t copyTree(const std::string& p_strFrom, const std::string& p_strTo, int p_
         runtimeError("the sample tree " + p_strFrom + " is nested too deeply");
     }
     makeDirs(p_strTo);
-    DIR* dir = ::opendir(p_strFrom.c_str());
-    if (dir == nullptr) {
+    if (!isDirectory(p_strFrom)) {
         runtimeError("cannot read " + p_strFrom + ": " + std::strerror(errno));
     }
+    const std::vector<std::string> names = platform::listHostDir(p_strFrom);
     size_t nFiles = 0;
-    std::vector<std::string> names;
-    while (dirent* entry = ::readdir(dir)) {
-        std::string name = entry->d_name;
-        if (name != "." && name != "..") {
-            names.push_back(name);
-        }
-    }
-    ::closedir(dir);
     for (const std::string& name : names) {
         std::string src = p_strFrom + "/" + name;
         std::string dst = p_strTo + "/" + name;
@@ -171,32 +165,6 @@ void checkXml(const std::string& p_strText, const std::string& p_strPath) {
         runtimeError(format("%s is not well-formed XML (%s, line %d, column %d)", p_strPath.c_str(),
                             doc.Error() ? doc.ErrorDesc() : "no root element", doc.ErrorRow(), doc.ErrorCol()));
     }
-}
-
-void removeTree(const std::string& p_strDir) {
-    DIR* dir = ::opendir(p_strDir.c_str());
-    if (dir == nullptr) {
-        ::unlink(p_strDir.c_str());
-        return;
-    }
-    std::vector<std::string> names;
-    while (dirent* entry = ::readdir(dir)) {
-        std::string name = entry->d_name;
-        if (name != "." && name != "..") {
-            names.push_back(name);
-        }
-    }
-    ::closedir(dir);
-    for (const std::string& name : names) {
-        std::string path = p_strDir + "/" + name;
-        struct stat st;
-        if (::lstat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
-            removeTree(path);
-        } else {
-            ::unlink(path.c_str());
-        }
-    }
-    ::rmdir(p_strDir.c_str());
 }
 
 } // namespace
@@ -254,14 +222,10 @@ void runStyleMerge(const Options& p_stOptions) {
 
     // The merge writes "/tmp/merge_style_ch%d.xml" below the device root: a
     // private root keeps the real /tmp and any device tree untouched.
-    const char* szTmp = std::getenv("TMPDIR");
-    std::string templ = std::string(szTmp != nullptr && *szTmp != '\0' ? szTmp : "/tmp") + "/sensorctl-merge-XXXXXX";
-    std::vector<char> buffer(templ.begin(), templ.end());
-    buffer.push_back('\0');
-    if (::mkdtemp(buffer.data()) == nullptr) {
-        runtimeError("cannot create a temporary directory from " + templ + ": " + std::strerror(errno));
+    const std::string tmpRoot = platform::makeHostTempDir("sensorctl-merge-");
+    if (tmpRoot.empty()) {
+        runtimeError(std::string("cannot create a temporary directory: ") + std::strerror(errno));
     }
-    std::string tmpRoot = buffer.data();
     ::mkdir((tmpRoot + "/tmp").c_str(), 0755);
     platform::setRoot(tmpRoot);
 
@@ -273,28 +237,27 @@ void runStyleMerge(const Options& p_stOptions) {
 
     char* szStyle = static_cast<char*>(std::malloc(style.size() + 1));
     if (szStyle == nullptr) {
-        removeTree(tmpRoot);
+        platform::removeHostTree(tmpRoot);
         runtimeError("out of memory");
     }
     std::memcpy(szStyle, style.c_str(), style.size() + 1);
     std::vector<char> div(diversity.begin(), diversity.end());
     div.push_back('\0');
-    mergeStyle(p_stOptions.channel, &stModule, &szStyle, div.data());
+    {
+        // The library's reports are summarised; --verbose shows its lines.
+        LibraryConsole console("", p_stOptions.verbose);
+        mergeStyle(p_stOptions.channel, &stModule, &szStyle, div.data());
+    }
     std::string merged = szStyle != nullptr ? szStyle : "";
     std::free(szStyle);
     platform::setRoot("");
-    removeTree(tmpRoot);
+    platform::removeHostTree(tmpRoot);
 
     if (merged.empty()) {
         runtimeError("the merge produced no document (is " + p_stOptions.styleFile + " well-formed XML?)");
     }
     if (p_stOptions.has("out")) {
-        std::ofstream out(p_stOptions.out, std::ios::binary | std::ios::trunc);
-        out << merged;
-        out.flush();
-        if (!out) {
-            runtimeError("cannot write " + p_stOptions.out);
-        }
+        writeTextFile(p_stOptions.out, merged);
         say("style merge: %zu bytes written to %s", merged.size(), p_stOptions.out.c_str());
     } else {
         writeRaw(merged);

@@ -22,7 +22,14 @@ std::string vformat(const char* p_szFormat, va_list p_args) {
     return std::string(buffer.data(), static_cast<size_t>(nLen));
 }
 
+FILE* g_pOwnStream = nullptr;
+bool g_bDocumentWritten = false;
+
 } // namespace
+
+FILE* ownStream() { return g_pOwnStream != nullptr ? g_pOwnStream : stdout; }
+
+void setOwnStream(FILE* p_pStream) { g_pOwnStream = p_pStream; }
 
 void usageError(const std::string& p_strMessage) { throw ToolError(kExitUsage, p_strMessage); }
 
@@ -41,28 +48,31 @@ void say(const char* p_szFormat, ...) {
     va_start(args, p_szFormat);
     std::string text = vformat(p_szFormat, args);
     va_end(args);
-    std::fputs("sensorctl: ", stdout);
-    std::fputs(text.c_str(), stdout);
-    std::fputc('\n', stdout);
+    std::fputs("sensorctl: ", ownStream());
+    std::fputs(text.c_str(), ownStream());
+    std::fputc('\n', ownStream());
 }
 
 void printError(const std::string& p_strMessage) {
     // Whatever is pending on stdout belongs before the error.
-    std::fflush(stdout);
+    std::fflush(ownStream());
     std::fprintf(stderr, "sensorctl: error: %s\n", p_strMessage.c_str());
     std::fflush(stderr);
 }
 
 void printWarning(const std::string& p_strMessage) {
-    std::fflush(stdout);
+    std::fflush(ownStream());
     std::fprintf(stderr, "sensorctl: warning: %s\n", p_strMessage.c_str());
     std::fflush(stderr);
 }
 
+bool documentWritten() { return g_bDocumentWritten; }
+
 void writeRaw(const std::string& p_strText) {
-    std::fwrite(p_strText.data(), 1, p_strText.size(), stdout);
+    g_bDocumentWritten = true;
+    std::fwrite(p_strText.data(), 1, p_strText.size(), ownStream());
     if (!p_strText.empty() && p_strText.back() != '\n') {
-        std::fputc('\n', stdout);
+        std::fputc('\n', ownStream());
     }
 }
 

@@ -1,8 +1,9 @@
 #pragma once
 // sensorctl's own output: result lines on stdout start with "sensorctl: ",
 // errors go to stderr as one line starting with "sensorctl: error: ". The
-// library's console lines go to stdout unchanged, so both stay readable in
-// one stream.
+// library's console lines go to a log file of the device root, or with
+// --verbose to stdout as well (LibraryConsole).
+#include <cstdio>
 #include <stdexcept>
 #include <string>
 
@@ -26,6 +27,11 @@ private:
 [[noreturn]] void usageError(const std::string& p_strMessage);
 [[noreturn]] void runtimeError(const std::string& p_strMessage);
 
+// The stream of sensorctl's own lines: the real stdout, also while the
+// library's output is captured. setOwnStream(nullptr) restores stdout.
+FILE* ownStream();
+void setOwnStream(FILE* p_pStream);
+
 // One result line: "sensorctl: " + text + "\n".
 void say(const char* p_szFormat, ...) __attribute__((format(printf, 1, 2)));
 // One line on stderr: "sensorctl: error: " + text.
@@ -34,6 +40,8 @@ void printError(const std::string& p_strMessage);
 void printWarning(const std::string& p_strMessage);
 // Text printed as it is (documents such as the style XML).
 void writeRaw(const std::string& p_strText);
+// Whether a document went to stdout; nothing may follow it there.
+bool documentWritten();
 
 std::string format(const char* p_szFormat, ...) __attribute__((format(printf, 1, 2)));
 

@@ -12,6 +12,7 @@
 #include "platform/ia_ioctrl.h"
 #include "platform/posix/PlatformControl.h"
 #include "tools/sensorctl/Commands.h"
+#include "tools/sensorctl/LibraryConsole.h"
 #include "tools/sensorctl/Output.h"
 
 namespace sensorctl {
@@ -39,78 +40,92 @@ struct ShellState {
     int minute = 0;
 };
 
+void shellHelp(const Options& p_stOptions) {
+    expectArgs(p_stOptions, 1, 0, 2, "help [COMMAND]");
+    if (p_stOptions.words.size() == 1) {
+        printShellHelp();
+        return;
+    }
+    std::string name = p_stOptions.words[1];
+    if (p_stOptions.words.size() == 3) {
+        name += " " + p_stOptions.words[2];
+    }
+    const CommandHelp* help = findCommandHelp(name);
+    if (help == nullptr) {
+        usageError("no help for '" + name + "'");
+    }
+    printCommandHelp(*help);
+}
+
+void shellClock(ShellState& p_stState, const Options& p_stOptions) {
+    expectArgs(p_stOptions, 1, 0, 1, "clock [HH:MM|off]");
+    if (p_stOptions.words.size() == 2) {
+        const std::string& arg = p_stOptions.words[1];
+        if (arg == "off") {
+            platform::clearClock();
+            p_stState.clockFixed = false;
+        } else if (parseClockText(arg, p_stState.hour, p_stState.minute)) {
+            platform::setClock(p_stState.hour, p_stState.minute);
+            p_stState.clockFixed = true;
+        } else {
+            usageError("bad clock '" + arg + "': expected HH:MM (00:00 to 23:59) or off");
+        }
+    }
+    if (p_stState.clockFixed) {
+        say("clock %02d:%02d", p_stState.hour, p_stState.minute);
+    } else {
+        say("clock real (the host's local time)");
+    }
+}
+
+void shellDayNight(Device& p_objDevice, const Options& p_stOptions) {
+    expectArgs(p_stOptions, 1, 1, 1, "daynight day|night");
+    const std::string& arg = p_stOptions.words[1];
+    if (arg != "day" && arg != "night") {
+        usageError("bad day/night state '" + arg + "': expected day or night");
+    }
+    uint32_t value = arg == "day" ? 0 : 1;
+    ispsim::setValue(p_objDevice.ispChannel(), IA_CMD_DN_STATE, value);
+    say("daynight %s: ISP channel %d reports %u on command %d", arg.c_str(), p_objDevice.ispChannel(), value,
+        static_cast<int>(IA_CMD_DN_STATE));
+}
+
+void shellWait(Session& p_objSession, const Options& p_stOptions) {
+    expectArgs(p_stOptions, 1, 1, 1, "wait N");
+    long long passes = integerArg(p_stOptions.words[1], 0, 3600, "number of passes (0 to 3600)");
+    double seconds = static_cast<double>(passes) * platform::timeScale();
+    std::fflush(ownStream());
+    std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
+    if (passes > 0) {
+        // One more pass on this thread: the thread's passes are timed by
+        // the clock of a busy host, this one is not. A pass the thread is
+        // running at this moment holds the controller, so either way the
+        // next command sees what a pass decides now.
+        p_objSession.controller().sensorThread();
+    }
+    say("wait %lld: %lld sensor-thread passes (%.0f ms)", passes, passes, seconds * 1000.0);
+}
+
 void runShellCommand(Session& p_objSession, ShellState& p_stState, const Options& p_stOptions) {
     const std::string& cmd = p_stOptions.words[0];
-    Device& device = p_objSession.device();
+    const bool bShellOnly = cmd == "help" || cmd == "clock" || cmd == "daynight" || cmd == "wait" || cmd == "log" ||
+                            cmd == "cfg";
+    if (bShellOnly) {
+        allowOnly(p_stOptions, cmd, {});
+    }
     if (cmd == "help") {
-        allowOnly(p_stOptions, cmd, {});
-        expectArgs(p_stOptions, 1, 0, 2, "help [COMMAND]");
-        if (p_stOptions.words.size() == 1) {
-            printShellHelp();
-            return;
-        }
-        std::string name = p_stOptions.words[1];
-        if (p_stOptions.words.size() == 3) {
-            name += " " + p_stOptions.words[2];
-        }
-        const CommandHelp* help = findCommandHelp(name);
-        if (help == nullptr) {
-            usageError("no help for '" + name + "'");
-        }
-        printCommandHelp(*help);
+        shellHelp(p_stOptions);
     } else if (cmd == "clock") {
-        allowOnly(p_stOptions, cmd, {});
-        expectArgs(p_stOptions, 1, 0, 1, "clock [HH:MM|off]");
-        if (p_stOptions.words.size() == 2) {
-            const std::string& arg = p_stOptions.words[1];
-            if (arg == "off") {
-                platform::clearClock();
-                p_stState.clockFixed = false;
-            } else if (parseClockText(arg, p_stState.hour, p_stState.minute)) {
-                platform::setClock(p_stState.hour, p_stState.minute);
-                p_stState.clockFixed = true;
-            } else {
-                usageError("bad clock '" + arg + "': expected HH:MM (00:00 to 23:59) or off");
-            }
-        }
-        if (p_stState.clockFixed) {
-            say("clock %02d:%02d", p_stState.hour, p_stState.minute);
-        } else {
-            say("clock real (the host's local time)");
-        }
+        shellClock(p_stState, p_stOptions);
     } else if (cmd == "daynight") {
-        allowOnly(p_stOptions, cmd, {});
-        expectArgs(p_stOptions, 1, 1, 1, "daynight day|night");
-        const std::string& arg = p_stOptions.words[1];
-        if (arg != "day" && arg != "night") {
-            usageError("bad day/night state '" + arg + "': expected day or night");
-        }
-        uint32_t value = arg == "day" ? 0 : 1;
-        ispsim::setValue(device.ispChannel(), IA_CMD_DN_STATE, value);
-        say("daynight %s: ISP channel %d reports %u on command %d", arg.c_str(), device.ispChannel(), value,
-            static_cast<int>(IA_CMD_DN_STATE));
+        shellDayNight(p_objSession.device(), p_stOptions);
     } else if (cmd == "wait") {
-        allowOnly(p_stOptions, cmd, {});
-        expectArgs(p_stOptions, 1, 1, 1, "wait N");
-        long long passes = integerArg(p_stOptions.words[1], 0, 3600, "number of passes (0 to 3600)");
-        double seconds = static_cast<double>(passes) * platform::timeScale();
-        std::fflush(stdout);
-        std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
-        if (passes > 0) {
-            // One more pass on this thread: the thread's passes are timed by
-            // the clock of a busy host, this one is not. A pass the thread is
-            // running at this moment holds the controller, so either way the
-            // next command sees what a pass decides now.
-            p_objSession.controller().sensorThread();
-        }
-        say("wait %lld: %lld sensor-thread passes (%.0f ms)", passes, passes, seconds * 1000.0);
+        shellWait(p_objSession, p_stOptions);
     } else if (cmd == "log") {
-        allowOnly(p_stOptions, cmd, {});
         expectArgs(p_stOptions, 1, 0, 0, "log");
         p_objSession.printLog();
     } else if (cmd == "cfg") {
-        allowOnly(p_stOptions, cmd, {});
-        runCfg(p_stOptions, device.root());
+        runCfg(p_stOptions, p_objSession.device().root());
     } else if (cmd == "style" && p_stOptions.words.size() > 1 && p_stOptions.words[1] == "merge") {
         usageError("'style merge' is not available in the shell");
     } else if (isControllerCommand(cmd)) {
@@ -123,10 +138,57 @@ void runShellCommand(Session& p_objSession, ShellState& p_stState, const Options
     }
 }
 
+// One line of input: blank lines and comments are skipped, a command is
+// echoed when the input is not a terminal and run. False at "quit".
+bool runShellLine(Session& p_objSession, ShellState& p_stState, std::string p_strLine, bool p_bInteractive,
+                  size_t& p_nCommands, size_t& p_nFailed) {
+    size_t nFirst = p_strLine.find_first_not_of(" \t\r");
+    if (nFirst == std::string::npos || p_strLine[nFirst] == '#') {
+        return true;
+    }
+    size_t nLast = p_strLine.find_last_not_of(" \t\r");
+    p_strLine = p_strLine.substr(nFirst, nLast - nFirst + 1);
+    if (!p_bInteractive) {
+        std::fprintf(ownStream(), "sensorctl> %s\n",
+                     p_strLine.size() > 200 ? (p_strLine.substr(0, 200) + " ...").c_str() : p_strLine.c_str());
+    }
+    if (p_strLine == "quit" || p_strLine == "exit") {
+        return false;
+    }
+    ++p_nCommands;
+    try {
+        if (p_strLine.size() > kMaxLine) {
+            usageError("line too long");
+        }
+        std::vector<std::string> words;
+        if (!splitLine(p_strLine, words)) {
+            usageError("unterminated quote");
+        }
+        Options options = parseOptions(words);
+        if (options.words.empty()) {
+            usageError("no command");
+        }
+        if (options.help) {
+            const CommandHelp* help = findCommandHelp(options.words[0]);
+            if (help == nullptr) {
+                usageError("unknown command '" + options.words[0] + "' (type help)");
+            }
+            printCommandHelp(*help);
+            return true;
+        }
+        runShellCommand(p_objSession, p_stState, options);
+    } catch (const ToolError& e) {
+        ++p_nFailed;
+        printError(e.what());
+    }
+    return true;
+}
+
 } // namespace
 
 int runShell(const Options& p_stOptions) {
     Device device(p_stOptions);
+    LibraryConsole console(device.hostPath(SENSORCTL_LOG_FILE), p_stOptions.verbose);
     bool bInteractive = ::isatty(STDIN_FILENO) != 0;
     ShellState state;
     if (p_stOptions.has("clock")) {
@@ -153,58 +215,17 @@ int runShell(const Options& p_stOptions) {
             say("type help for the commands, quit to leave");
         }
         std::string line;
-        while (true) {
+        do {
             if (bInteractive) {
-                std::fputs("sensorctl> ", stdout);
+                std::fputs("sensorctl> ", ownStream());
             }
-            std::fflush(stdout);
-            if (!std::getline(std::cin, line)) {
-                break;
-            }
-            size_t nFirst = line.find_first_not_of(" \t\r");
-            if (nFirst == std::string::npos || line[nFirst] == '#') {
-                continue;
-            }
-            size_t nLast = line.find_last_not_of(" \t\r");
-            line = line.substr(nFirst, nLast - nFirst + 1);
-            if (!bInteractive) {
-                std::printf("sensorctl> %s\n", line.size() > 200 ? (line.substr(0, 200) + " ...").c_str()
-                                                                  : line.c_str());
-            }
-            if (line == "quit" || line == "exit") {
-                break;
-            }
-            ++nCommands;
-            try {
-                if (line.size() > kMaxLine) {
-                    usageError("line too long");
-                }
-                std::vector<std::string> words;
-                if (!splitLine(line, words)) {
-                    usageError("unterminated quote");
-                }
-                Options options = parseOptions(words);
-                if (options.words.empty()) {
-                    usageError("no command");
-                }
-                if (options.help) {
-                    std::string name = options.words[0];
-                    const CommandHelp* help = findCommandHelp(name);
-                    if (help == nullptr) {
-                        usageError("unknown command '" + name + "' (type help)");
-                    }
-                    printCommandHelp(*help);
-                    continue;
-                }
-                runShellCommand(session, state, options);
-            } catch (const ToolError& e) {
-                ++nFailed;
-                printError(e.what());
-            }
-        }
+            std::fflush(ownStream());
+        } while (std::getline(std::cin, line) &&
+                 runShellLine(session, state, line, bInteractive, nCommands, nFailed));
     }
     device.saveIspState();
     say("shell: %zu commands, %zu failed", nCommands, nFailed);
+    console.finish();
     return nFailed == 0 ? kExitOk : kExitFailure;
 }
 

@@ -14,13 +14,17 @@
 #include "tools/sensorctl/Args.h"
 #include "tools/sensorctl/Commands.h"
 #include "tools/sensorctl/Device.h"
+#include "tools/sensorctl/LibraryConsole.h"
 #include "tools/sensorctl/Output.h"
+#ifdef SENSORCTL_WITH_SERVE
+#include "tools/sensorctl/serve/Serve.h"
+#endif
 
 using namespace sensorctl;
 
 namespace {
 
-const std::vector<std::string> kControllerOptions = {"root", "channel", "clock", "time-scale", "log"};
+const std::vector<std::string> kControllerOptions = {"root", "channel", "clock", "time-scale", "log", "verbose"};
 
 int runControllerProgram(const Options& p_stOptions) {
     const std::string& cmd = p_stOptions.words[0];
@@ -32,6 +36,7 @@ int runControllerProgram(const Options& p_stOptions) {
     checkControllerArgs(p_stOptions);
 
     Device device(p_stOptions);
+    LibraryConsole console(device.hostPath(SENSORCTL_LOG_FILE), p_stOptions.verbose);
     std::unique_ptr<ToolError> failure;
     {
         Session session(device);
@@ -49,6 +54,7 @@ int runControllerProgram(const Options& p_stOptions) {
         }
     }
     device.saveIspState();
+    console.finish();
     if (failure) {
         throw *failure;
     }
@@ -117,14 +123,23 @@ int run(const std::vector<std::string>& p_vecArgs) {
         return kExitOk;
     }
     if (name == "style merge") {
-        allowOnly(options, name, {"style", "diversity", "detail", "channel", "out"});
+        allowOnly(options, name, {"style", "diversity", "detail", "channel", "out", "verbose"});
         runStyleMerge(options);
         return kExitOk;
     }
     if (name == "shell") {
-        allowOnly(options, name, {"root", "channel", "clock", "time-scale"});
+        allowOnly(options, name, {"root", "channel", "clock", "time-scale", "verbose"});
         expectArgs(options, 1, 0, 0, "shell");
         return runShell(options);
+    }
+    if (name == "serve") {
+        allowOnly(options, name, {"root", "channel", "clock", "time-scale", "bind", "port", "verbose"});
+        expectArgs(options, 1, 0, 0, "serve [--bind ADDR] [--port P]");
+#ifdef SENSORCTL_WITH_SERVE
+        return runServe(options);
+#else
+        runtimeError("this sensorctl was built without 'serve' (it needs libcpp-httplib-dev and nlohmann-json3-dev)");
+#endif
     }
     return runControllerProgram(options);
 }
@@ -146,6 +161,6 @@ int main(int argc, char** argv) {
         printError(std::string("unexpected failure: ") + e.what());
         code = kExitFailure;
     }
-    std::fflush(stdout);
+    std::fflush(ownStream());
     return code;
 }
