@@ -20,6 +20,60 @@ std::string prefixOf(const std::string& name) {
 
 bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
+// U+FFFD in UTF-8.
+const char kReplacementCharacter[] = "\xEF\xBF\xBD";
+
+// The character whose UTF-8 sequence starts at text[at]; length is its byte
+// count, 0 when no well-formed sequence starts there (a stray continuation
+// byte, a truncated or overlong sequence, a surrogate, a value above
+// U+10FFFF).
+unsigned long decodeUtf8(const std::string& text, size_t at, size_t& length) {
+    const unsigned char lead = static_cast<unsigned char>(text[at]);
+    length = 0;
+    size_t count = 0;
+    unsigned long code = 0;
+    unsigned long least = 0;
+    if (lead < 0x80) {
+        length = 1;
+        return lead;
+    } else if (lead >= 0xC2 && lead <= 0xDF) {
+        count = 2;
+        code = lead & 0x1F;
+        least = 0x80;
+    } else if (lead >= 0xE0 && lead <= 0xEF) {
+        count = 3;
+        code = lead & 0x0F;
+        least = 0x800;
+    } else if (lead >= 0xF0 && lead <= 0xF4) {
+        count = 4;
+        code = lead & 0x07;
+        least = 0x10000;
+    } else {
+        return 0;
+    }
+    if (text.size() - at < count) {
+        return 0;
+    }
+    for (size_t k = 1; k < count; ++k) {
+        const unsigned char next = static_cast<unsigned char>(text[at + k]);
+        if ((next & 0xC0) != 0x80) {
+            return 0;
+        }
+        code = (code << 6) | (next & 0x3F);
+    }
+    if (code < least || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) {
+        return 0;
+    }
+    length = count;
+    return code;
+}
+
+// The characters an XML 1.0 document may contain.
+bool isXmlChar(unsigned long code) {
+    return code == 0x9 || code == 0xA || code == 0xD || (code >= 0x20 && code <= 0xD7FF) ||
+           (code >= 0xE000 && code <= 0xFFFD) || (code >= 0x10000 && code <= 0x10FFFF);
+}
+
 } // namespace
 
 size_t elementStartCount(const std::string& text) {
@@ -135,8 +189,20 @@ const char* attributeByLocalName(const TiXmlElement* element, const char* local)
 std::string xmlEscape(const std::string& text) {
     std::string out;
     out.reserve(text.size());
-    for (char c : text) {
-        switch (c) {
+    size_t i = 0;
+    while (i < text.size()) {
+        size_t length = 0;
+        unsigned long code = decodeUtf8(text, i, length);
+        if (length == 0 || !isXmlChar(code)) {
+            // A byte that starts no valid sequence, or a character XML does
+            // not allow: the replacement character keeps the answer
+            // well-formed (echoed as it came, a lone lead byte would take the
+            // markup after it into its sequence in the client's parser).
+            out += kReplacementCharacter;
+            i += length == 0 ? 1 : length;
+            continue;
+        }
+        switch (text[i]) {
         case '&':
             out += "&amp;";
             break;
@@ -153,8 +219,9 @@ std::string xmlEscape(const std::string& text) {
             out += "&apos;";
             break;
         default:
-            out += c;
+            out.append(text, i, length);
         }
+        i += length;
     }
     return out;
 }

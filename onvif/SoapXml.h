@@ -46,7 +46,11 @@ std::string elementText(const TiXmlElement* element);
 // Attribute by local name, whatever its prefix (null if absent).
 const char* attributeByLocalName(const TiXmlElement* element, const char* local);
 
-// Escapes & < > " ' for element text and attribute values.
+// Element text or attribute value for any bytes: escapes & < > " ' and
+// puts U+FFFD in place of each byte that starts no well-formed UTF-8
+// sequence and of each character XML does not allow (control characters,
+// U+FFFE, U+FFFF), so that an answer echoing request text is always
+// well-formed.
 std::string xmlEscape(const std::string& text);
 
 } // namespace onvif

@@ -202,6 +202,35 @@ TEST(SoapXmlTest, LimitsComeBeforeParsing) {
     EXPECT_EQ(parseRequest("", 100, empty), ParseStatus::Malformed);
 }
 
+TEST(SoapXmlTest, EscapedTextIsAlwaysWellFormedUtf8) {
+    const std::string kFffd = "\xEF\xBF\xBD";
+    EXPECT_EQ(xmlEscape("a&b<c>d\"e'f"), "a&amp;b&lt;c&gt;d&quot;e&apos;f");
+    // Well-formed characters of every length pass unchanged, tab/LF/CR too.
+    const std::string wellFormed = "\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x93\xB7 \xEF\xBF\xBD\t\n\r";
+    EXPECT_EQ(xmlEscape(wellFormed), wellFormed);
+    // Each byte that starts no well-formed sequence becomes U+FFFD.
+    EXPECT_EQ(xmlEscape("Get\xF0"), "Get" + kFffd);
+    EXPECT_EQ(xmlEscape("\xF0\x9F\x93"), kFffd + kFffd + kFffd);
+    EXPECT_EQ(xmlEscape("\x80x"), kFffd + "x");
+    EXPECT_EQ(xmlEscape("\xC0\xAF"), kFffd + kFffd);                 // overlong '/'
+    EXPECT_EQ(xmlEscape("\xED\xA0\x80"), kFffd + kFffd + kFffd);      // surrogate
+    EXPECT_EQ(xmlEscape("\xF4\x90\x80\x80"), kFffd + kFffd + kFffd + kFffd); // above U+10FFFF
+    EXPECT_EQ(xmlEscape("\xFF"), kFffd);
+    // Characters XML does not allow become U+FFFD as well.
+    EXPECT_EQ(xmlEscape(std::string("a\0b\x01\x1F", 5)), "a" + kFffd + "b" + kFffd + kFffd);
+    EXPECT_EQ(xmlEscape("\xEF\xBF\xBE\xEF\xBF\xBF"), kFffd + kFffd);    // U+FFFE, U+FFFF
+    // A lone lead byte right before markup no longer takes the markup into
+    // its sequence: the text reads back whole and the element closes.
+    for (const char* tail : {"\xF0", "\xE2\x82", "\xC3", "\xF8"}) {
+        TiXmlDocument doc;
+        std::string text = std::string("x") + tail;
+        doc.Parse(("<a>" + xmlEscape(text) + "</a>").c_str(), nullptr, TIXML_ENCODING_UTF8);
+        ASSERT_FALSE(doc.Error()) << text;
+        ASSERT_NE(doc.RootElement()->GetText(), nullptr);
+        EXPECT_EQ(std::string(doc.RootElement()->GetText()).substr(0, 1 + kFffd.size()), "x" + kFffd);
+    }
+}
+
 TEST(SoapXmlTest, NamespacesByPrefixAndDefault) {
     TiXmlDocument doc;
     ASSERT_EQ(parseRequest("<s:E xmlns:s=\"urn:s\" xmlns=\"urn:d\"><B><s:C xmlns:s=\"urn:t\"/><D xmlns=\"\"/></B></s:E>",

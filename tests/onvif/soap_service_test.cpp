@@ -189,6 +189,27 @@ TEST_F(SoapServiceTest, BadRequestsGetFaultsNotCrashes) {
     EXPECT_EQ(r.text("Code/Value"), "env:VersionMismatch");
 }
 
+TEST_F(SoapServiceTest, FaultsEchoingRequestTextAreWellFormed) {
+    serve("box");
+    const std::string kFffd = "\xEF\xBF\xBD";
+    // An operation name ending in a UTF-8 lead byte: echoed as it came, the
+    // byte would swallow the "</" of the fault's closing text element.
+    Reply name(m_pService->handle(OnvifService::kImagingPath,
+                                  envelope(securityHeader("admin", "p4ss"), std::string("<Get\xF0 ") + kImg + "/>")));
+    EXPECT_EQ(name.status, 500);
+    EXPECT_EQ(name.faultSubcodes(), "ter:ActionNotSupported");
+    EXPECT_EQ(name.text("Reason/Text"), "Optional Action Not Implemented: Get" + kFffd);
+    // A category decoded from character references that XML does not allow,
+    // and a field name with a stray continuation byte.
+    Reply category(call(OnvifService::kDevicePath,
+                        std::string("<GetCapabilities ") + kDev + "><Category>A&#1;\x80</Category></GetCapabilities>"));
+    EXPECT_EQ(category.faultSubcodes(), "ter:ActionNotSupported ter:NoSuchService");
+    EXPECT_EQ(category.text("Reason/Text"), "This device has no A" + kFffd + kFffd + " service");
+    Reply field(setSettings(std::string("<Bright\xC3 ") + kTt + ">70</Bright\xC3>"));
+    EXPECT_EQ(field.faultSubcodes(), "ter:InvalidArgVal ter:SettingsInvalid");
+    EXPECT_NE(field.text("Reason/Text").find("Bright" + kFffd), std::string::npos) << field.body;
+}
+
 TEST_F(SoapServiceTest, ServicesAndCapabilitiesNameTheRequestHost) {
     serve("box");
     Reply services = call(OnvifService::kDevicePath,
