@@ -6,12 +6,17 @@
 #   scripts/bench.sh short OUTDIR   quick run (CI, well under a minute)
 #   scripts/bench.sh full OUTDIR    the run behind docs/performance.md:
 #                                   1 s per benchmark, 5 repetitions, medians
-# Extra arguments after OUTDIR go to the benchmark program
+#   scripts/bench.sh day OUTDIR     a day in the life of a channel (tarnix_day):
+#                                   86,400 sensor passes under a time plan and
+#                                   under day/night, with a host setting and
+#                                   storing; counts next to their minimums
+# Extra arguments after OUTDIR go to the benchmark program (mode day: to tarnix_day)
 # (e.g. --benchmark_filter=Init).
 #
 # OUTDIR/build                the build tree
 # OUTDIR/bench-<mode>.txt     console output and summary table
 # OUTDIR/bench-<mode>.json    Google Benchmark's JSON report
+# OUTDIR/day.txt, day.json    the day's table and its figures (mode day)
 # Environment: JOBS (build jobs, default nproc).
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -27,6 +32,7 @@ shift 2
 case "$mode" in
     short) run_args=(--benchmark_min_time=0.05) ;;
     full) run_args=(--benchmark_min_time=1 --benchmark_repetitions=5 --benchmark_report_aggregates_only=true) ;;
+    day) run_args=() ;;
     *) echo "bench.sh: unknown mode '$mode'" >&2; exit 2 ;;
 esac
 mkdir -p "$OUT"
@@ -36,6 +42,15 @@ JOBS=${JOBS:-$(nproc)}
 printf '\n--- building the benchmarks (Release) ---\n'
 cmake -S "$SRC" -B "$OUT/build" -DCMAKE_BUILD_TYPE=Release -DTARNIX_BUILD_TESTS=OFF -DTARNIX_BUILD_TOOLS=OFF \
     -DTARNIX_BUILD_BENCH=ON >"$OUT/configure.log" 2>&1 || { cat "$OUT/configure.log"; exit 1; }
+if [[ $mode == day ]]; then
+    cmake --build "$OUT/build" -j"$JOBS" --target tarnix_day
+    printf '\n--- a day in the life ---\n'
+    "$OUT/build/bench/tarnix_day" --json "$OUT/day.json" "$@" | tee "$OUT/day.txt"
+    status=${PIPESTATUS[0]}
+    [[ $status -eq 0 ]] || { echo "bench.sh: tarnix_day failed (exit $status)" >&2; exit "$status"; }
+    printf '\nbench.sh: results in %s/day.txt and %s/day.json\n' "$OUT" "$OUT"
+    exit 0
+fi
 cmake --build "$OUT/build" -j"$JOBS" --target tarnix_bench
 
 printf '\n--- running (%s) ---\n' "$mode"
