@@ -10,6 +10,7 @@
 #include "controller/ModuleCall.h"
 #include "controller/SensorDebug.h"
 #include "platform/SystemInfoParser.h"
+#include "scheme/DecisionLog.h"
 
 std::atomic<int> ISensorController::m_nChanneldDosomething(-1);
 std::atomic<int> ISensorController::m_nPassKeycmd(-1);
@@ -52,7 +53,9 @@ ISensorController::ISensorController()
       m_bStopRequested(false),
       m_busyOwner(std::thread::id()),
       m_bSchemeRequested(false),
-      m_nRequestedScheme(0) {
+      m_nRequestedScheme(0),
+      m_nSwitchIspCalls(0),
+      m_pDecisions(new tarnix::DecisionLog(this)) {
     std::memset(&m_stSysConf, 0, sizeof(m_stSysConf));
     m_pSensorThread = new GThread(bind_function(&ISensorController::sensorThread, this), "SensorThread",
                                   function<int>(&GThread::emptyFun), function<int>(&GThread::emptyFun));
@@ -159,7 +162,16 @@ void ISensorController::clearBusy(u8 bits) {
     // The outermost busy operation has ended: a scheme that a module asked
     // for from inside it is switched to now, as setParamScheme would have.
     if (m_bSchemeRequested.exchange(false)) {
-        switch_to(m_nRequestedScheme.load(), false);
+        // The switch has a record of its own; the ISP calls of the operation
+        // that is ending stay as they were counted.
+        const u32 nOuterCalls = m_nSwitchIspCalls;
+        tarnix::DecisionRecord stRecord = startDecision(tarnix::DecisionSource::ModuleRequest);
+        stRecord.requested = m_nRequestedScheme.load();
+        stRecord.selected = stRecord.requested;
+        switch_to(stRecord.requested, false);
+        noteSwitch(stRecord, false);
+        endDecision(stRecord);
+        m_nSwitchIspCalls = nOuterCalls;
     }
 }
 

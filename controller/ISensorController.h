@@ -5,6 +5,8 @@
 // optionally setVideoStreamModule, then init; it reads and sets parameters
 // while the controller's "SensorThread" switches schemes; finally uinit.
 #include <atomic>
+#include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -27,10 +29,12 @@
 #include "platform/SensorZoomFocusParam.h"
 #include "platform/VideoStreamModule.h"
 #include "platform/ia_ioctrl.h"
+#include "scheme/SchemeDecision.h"
 #include "storage/SensorFile.h"
 
 class ISensorControllerTestPeer;
 namespace tarnix {
+class DecisionLog;
 class ParamLock;
 namespace diag {
 struct Site;
@@ -219,6 +223,18 @@ public:
     int sensorThread();
     int SensorCheck(std::string& str);
 
+    // ---- scheme decisions: why the scheme in force is the one it is ----
+    // The observer is called with a record after every sensor pass and every
+    // host operation that decides a scheme, on the deciding thread with the
+    // controller held, as a video module callback is (docs/host-integration.md).
+    // An empty function removes it; no call of the old one is under way
+    // on another thread when this returns.
+    void setDecisionObserver(std::function<void(const tarnix::DecisionRecord&)> p_fnObserver);
+    // Number of latest decision records kept (256 unless set; 0 keeps none).
+    void setDecisionHistorySize(u32 p_nRecords);
+    // The decision records kept, oldest first.
+    std::vector<tarnix::DecisionRecord> getDecisionHistory() const;
+
     // ---- UI files ----
     std::string getUIStyleFile();
     std::string getUICommonFile(int id);
@@ -271,10 +287,27 @@ private:
     // Makes sure m_pstKeyValTmp holds at least n records.
     void reserveKeyValTmp(u32 n);
     // The pass body of the sensor thread after the pending action, run with
-    // the apply gate held.
-    void sensorPass();
+    // the apply gate held; it fills the pass's decision record.
+    void sensorPass(tarnix::DecisionRecord& p_stRecord);
     // The pass's non-forced switch to nScheme, skipped when it is current or busy.
-    void switchIfNeeded(int nScheme);
+    void switchIfNeeded(int nScheme, tarnix::DecisionRecord& p_stRecord);
+    // judgeCurScheme, noting in the record (when given) the clock and the
+    // windows it compared.
+    int judgeScheme(int& nScheme, int& nSchedule, tarnix::DecisionRecord* p_pRecord);
+    // A decision record with the policy in force, the mode and the scheme in force.
+    tarnix::DecisionRecord startDecision(tarnix::DecisionSource p_eSource) const;
+    // The outcome of a switch just made: Switched, the scheme now in force,
+    // forced or differential, and the ISP calls it sent.
+    void noteSwitch(tarnix::DecisionRecord& p_stRecord, bool p_bForced);
+    // Ends a record whose outcome is set: the clock (unless the time plan
+    // read it), into the history, and to the observer when this thread holds
+    // the apply gate. Nothing when no record is wanted.
+    void endDecision(tarnix::DecisionRecord& p_stRecord);
+    // Delivers the queued records to the observer, unless init is running
+    // (init delivers its own at its end) or the gate is not held here.
+    void deliverDecisions();
+    // True when the calling thread is inside this controller's decision observer.
+    bool insideOwnDecisionObserver() const;
 
     // ---- steps of the apply loop setParameters(KeyVal*, u32, bool) and of
     // the scheme cache (engine/ParamCache.cpp); reports name the caller ----
@@ -349,4 +382,8 @@ private:
     // this controller, carried out when the operation ends (under the gate).
     std::atomic<bool> m_bSchemeRequested;
     std::atomic<int> m_nRequestedScheme;
+    // ISP calls of the latest switch_to/LPR_switch_to apply (under the gate).
+    u32 m_nSwitchIspCalls;
+    // Decision history and observer; lives as long as the object.
+    std::unique_ptr<tarnix::DecisionLog> m_pDecisions;
 };

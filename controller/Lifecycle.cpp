@@ -96,6 +96,12 @@ bool ISensorController::init(const ModuleConfigure& p_objModuleConfigure) {
         SENSOR_ASSERT_T(false, "init() called from inside a video module callback of the same controller", "");
         return false;
     }
+    if (insideOwnDecisionObserver()) {
+        // The same holds for the decision observer, called inside a pass or
+        // a host's scheme operation.
+        SENSOR_ASSERT_T(false, "init() called from inside the decision observer of the same controller", "");
+        return false;
+    }
     // Host calls and sensor passes wait for a whole init.
     tarnix::GateLock objGate;
 
@@ -264,10 +270,16 @@ bool ISensorController::init(const ModuleConfigure& p_objModuleConfigure) {
         std::memset(m_pstKeyValLpr, 0, sizeof(KeyVal) * m_nKeyValSum);
     }
 
-    // 12. Without an automatic policy scheme 0 is the one in force.
+    // 12. Without an automatic policy scheme 0 is the one in force; with
+    // one, the pass below decides. Either way init leaves a decision record
+    // (handed to the observer when init ends).
+    tarnix::DecisionRecord stRecord = startDecision(tarnix::DecisionSource::Init);
     if (!m_bDNScheme && !m_bTimeScheme) {
+        stRecord.selected = 0;
         switch_to(0, false);
+        noteSwitch(stRecord, false);
     }
+    endDecision(stRecord);
 
     // 13. One pass at once, so the right scheme is in force before init
     // returns; then the thread takes over.
@@ -311,6 +323,8 @@ bool ISensorController::init(const ModuleConfigure& p_objModuleConfigure) {
     setFlag(FLAG_INITING, false);
     setFlag(FLAG_INITED, true);
     SENSOR_TRACE(TRACE_DBG, "ISensorController::initSensor  success\n");
+    // The records of step 12 and of the first pass.
+    deliverDecisions();
     return true;
 }
 
@@ -322,6 +336,10 @@ void ISensorController::uinit() {
         // The arrays that the operation around this callback is still using
         // would be freed under it.
         SENSOR_ASSERT_T(false, "uinit() called from inside a video module callback of the same controller", "");
+        return;
+    }
+    if (insideOwnDecisionObserver()) {
+        SENSOR_ASSERT_T(false, "uinit() called from inside the decision observer of the same controller", "");
         return;
     }
     tarnix::GateLock objGate;

@@ -99,11 +99,19 @@ bool ISensorController::resetParameters() {
                         "");
         return false;
     }
+    if (insideOwnDecisionObserver()) {
+        SENSOR_ASSERT_T(false, "resetParameters() called from inside the decision observer of the same controller",
+                        "");
+        return false;
+    }
     tarnix::ParamLock objLock(*this, __LINE__);
     raiseBusy(FLAG_RESETTING);
 
     const u32 nSchemeSum = m_stSysConf.nSchemeSum;
+    tarnix::DecisionRecord stRecord = startDecision(tarnix::DecisionSource::FactoryReset);
+    stRecord.selected = static_cast<int>(nSchemeSum);
     int nRet = switch_to(static_cast<int>(nSchemeSum), false);
+    noteSwitch(stRecord, false);
     SENSOR_ASSERT_T(SNS_SUCCESS == nRet, "SNS_SUCCESS == switch_to(m_stSysConf.nSchemeSum)",
                     "m_stSysConf.nSchemeSum(%d)\n", static_cast<int>(nSchemeSum));
 
@@ -145,6 +153,9 @@ bool ISensorController::resetParameters() {
     m_nMode = nMode;
     m_nCurScheme = 0;
     clearBusy(FLAG_RESETTING);
+    // The reset ends with scheme 0 in force.
+    stRecord.to = m_nCurScheme.load();
+    endDecision(stRecord);
     return true;
 }
 

@@ -4,6 +4,7 @@
 #include "controller/ISensorController.h"
 #include "controller/LockRank.h"
 #include "controller/ModuleCall.h"
+#include "handlers/IspCallCount.h"
 
 int ISensorController::doIaCmd(unsigned int p_nCmd, unsigned int p_nOpt, void* p_pVal) {
     bool bLocked = false;
@@ -17,6 +18,7 @@ int ISensorController::doIaCmd(unsigned int p_nCmd, unsigned int p_nOpt, void* p
     if (bLocked && p_nCmd >= 1536 && p_nCmd <= 1616) {
         return 0;
     }
+    tarnix::countIspCall();
     return ia_ioctrl_v2(m_nCameraID - 1, static_cast<ia_cmd_e>(p_nCmd), p_nOpt, p_pVal);
 }
 

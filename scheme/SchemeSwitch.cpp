@@ -10,6 +10,7 @@
 #include "controller/ParamLock.h"
 #include "controller/SensorDebug.h"
 #include "controller/WorkArray.h"
+#include "handlers/IspCallCount.h"
 #include "platform/PXDeviceTime.h"
 #include "platform/QuorvelTime.h"
 
@@ -41,10 +42,17 @@ const long kBusyWaitUsec = 500000;
 
 } // namespace
 
-int ISensorController::judgeCurScheme(int& nScheme, int& nSchedule) {
+int ISensorController::judgeCurScheme(int& nScheme, int& nSchedule) { return judgeScheme(nScheme, nSchedule, nullptr); }
+
+int ISensorController::judgeScheme(int& nScheme, int& nSchedule, tarnix::DecisionRecord* p_pRecord) {
     tarnix::GateLock objGate;
     PXDateTime stNow = PXDeviceTime::getCurrentTime();
     const u32 nNow = static_cast<u32>(stNow.hour) * 100u + static_cast<u32>(stNow.minute);
+    if (p_pRecord != nullptr) {
+        p_pRecord->windowsRead = true;
+        p_pRecord->time = stNow;
+        p_pRecord->now = nNow;
+    }
 
     nSchedule = 0;
     if (m_nKeyValSum >= kWindowEntries) {
@@ -56,9 +64,21 @@ int ISensorController::judgeCurScheme(int& nScheme, int& nSchedule) {
             // A window never wraps past midnight: start > end matches nothing.
             const u32 nStart = pRow[kEntryStartHour].value * 100u + pRow[kEntryStartMin].value;
             const u32 nEnd = pRow[kEntryEndHour].value * 100u + pRow[kEntryEndMin].value;
-            if (nStart <= nNow && nNow < nEnd) {
+            const bool bHolds = nStart <= nNow && nNow < nEnd;
+            if (p_pRecord != nullptr) {
+                if (i < tarnix::DecisionRecord::kMaxWindows) {
+                    p_pRecord->windows[i].start = nStart;
+                    p_pRecord->windows[i].end = nEnd;
+                    p_pRecord->windows[i].holdsNow = bHolds;
+                }
+                p_pRecord->windowCount = i + 1;
+            }
+            if (bHolds) {
                 nScheme = static_cast<int>(i);
                 nSchedule = 1;
+                if (p_pRecord != nullptr) {
+                    p_pRecord->matchedWindow = nScheme;
+                }
                 return SNS_SUCCESS;
             }
         }
@@ -74,6 +94,7 @@ int ISensorController::switch_to(int nScheme, bool bForce) {
     raiseBusy(FLAG_SWITCHING);
     m_nLastScheme = m_nCurScheme.load();
     m_nCurScheme = nScheme;
+    const unsigned long long nCallsBefore = tarnix::ispCallsOnThisThread();
 
     // An index without a row (beyond the factory row) becomes current but
     // has nothing to apply.
@@ -92,6 +113,7 @@ int ISensorController::switch_to(int nScheme, bool bForce) {
         }
     }
 
+    m_nSwitchIspCalls = static_cast<u32>(tarnix::ispCallsOnThisThread() - nCallsBefore);
     clearBusy(FLAG_SWITCHING);
     // The switch counts as done even when the apply failed: the new index is
     // already current.
@@ -103,6 +125,7 @@ int ISensorController::LPR_switch_to(int nScheme) {
     raiseBusy(FLAG_SWITCHING);
     m_nLastScheme = m_nCurScheme.load();
     m_nCurScheme = nScheme;
+    const unsigned long long nCallsBefore = tarnix::ispCallsOnThisThread();
 
     const KeyVal* pRow = schemeRow(static_cast<u32>(nScheme));
     if (pRow != nullptr && m_pstKeyValLpr != nullptr && m_nKeyValSum > 0) {
@@ -121,6 +144,7 @@ int ISensorController::LPR_switch_to(int nScheme) {
         setParameters(pWork, m_nKeyValSum, false);
     }
 
+    m_nSwitchIspCalls = static_cast<u32>(tarnix::ispCallsOnThisThread() - nCallsBefore);
     clearBusy(FLAG_SWITCHING);
     return SNS_SUCCESS;
 }
@@ -130,6 +154,9 @@ bool ISensorController::setParamScheme(int p_nScheme) {
     // A bad index is reported but still switched to.
     SENSOR_ASSERT_T(p_nScheme >= 0 && static_cast<u32>(p_nScheme) <= m_stSysConf.nSchemeSum,
                     "p_nScheme >= 0 && (u32)p_nScheme <= m_stSysConf.nSchemeSum", "p_nScheme(%d)\n", p_nScheme);
+    tarnix::DecisionRecord stRecord = startDecision(tarnix::DecisionSource::SetScheme);
+    stRecord.requested = p_nScheme;
+    stRecord.selected = p_nScheme;
     if (busyRaisedHere()) {
         // Called from a module callback inside this controller's own switch,
         // restore or reset: waiting for it to end would never end. The
@@ -137,12 +164,17 @@ bool ISensorController::setParamScheme(int p_nScheme) {
         // outermost busy operation ends; the switch reports success anyway.
         m_nRequestedScheme = p_nScheme;
         m_bSchemeRequested = true;
+        stRecord.outcome = tarnix::DecisionOutcome::Deferred;
+        endDecision(stRecord);
         return true;
     }
     while (isBusy()) {
         QuorvelTime::wait(QuorvelTime(0, kBusyWaitUsec));
+        ++stRecord.busyWaits;
     }
     int nRet = switch_to(p_nScheme, false);
+    noteSwitch(stRecord, false);
+    endDecision(stRecord);
     return SNS_SUCCESS == nRet;
 }
 
@@ -153,10 +185,16 @@ bool ISensorController::setParamMode(int p_nMode) {
     SENSOR_ASSERT_T(static_cast<u32>(p_nMode) <= 1, "0 == p_nMode || 1 == p_nMode", "p_nMode(%d)\n", p_nMode);
     // From a module callback inside this controller's own busy operation the
     // mode is stored at once: it is read only at the start of a pass.
+    tarnix::DecisionRecord stRecord = startDecision(tarnix::DecisionSource::SetMode);
+    stRecord.requested = p_nMode;
     while (isBusy() && !busyRaisedHere()) {
         QuorvelTime::wait(QuorvelTime(0, kBusyWaitUsec));
+        ++stRecord.busyWaits;
     }
     m_nMode = p_nMode;
+    stRecord.mode = p_nMode;
+    stRecord.outcome = p_nMode == 0 ? tarnix::DecisionOutcome::HeldSuspended : tarnix::DecisionOutcome::NoChange;
+    endDecision(stRecord);
     return true;
 }
 

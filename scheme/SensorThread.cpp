@@ -1,7 +1,9 @@
 // The background pass of "SensorThread": once a second it carries out a
 // pending cross-channel field-of-view sync and keeps the scheme in force in
 // line with the day/night state of the ISP or with the time schedule. Also
-// SensorCheck, a raw ISP query by text for diagnosis.
+// SensorCheck, a raw ISP query by text for diagnosis. Every pass leaves a
+// decision record (scheme/SchemeDecision.h) filled from the values it
+// decided with.
 #define SNS_SOURCE_FILE "ISensorController.cpp"
 #include <cstdio>
 #include <cstdlib>
@@ -12,6 +14,7 @@
 #include "controller/ISensorController.h"
 #include "controller/SensorDebug.h"
 #include "platform/QuorvelTime.h"
+#include "scheme/DecisionLog.h"
 
 namespace {
 
@@ -20,6 +23,24 @@ const int kKeySyncFov = 8104;
 
 // Scheme 0 serves as the day scheme, scheme 1 as the night scheme.
 int dayNightScheme(int p_nState) { return p_nState == 0 ? 0 : 1; }
+
+// A due switch held back by the busy flags set in p_nFlags.
+void noteBusy(tarnix::DecisionRecord& p_stRecord, u8 p_nFlags) {
+    p_stRecord.outcome = tarnix::DecisionOutcome::SkippedBusy;
+    p_stRecord.busyFlags = static_cast<u8>(p_nFlags & ISensorController::BUSY_MASK);
+}
+
+// Reads the day/night state for a pass, as the record shows it.
+int passDayNightState(ISensorController& p_objCtl, tarnix::DecisionRecord& p_stRecord) {
+    int nState = 0;
+    if (!p_objCtl.getDNState(nState)) {
+        nState = 0; // a failed read counts as day
+        p_stRecord.dnReadFailed = true;
+    }
+    p_stRecord.dnStateRead = true;
+    p_stRecord.dnState = nState;
+    return nState;
+}
 
 } // namespace
 
@@ -32,18 +53,37 @@ int ISensorController::sensorThread() {
     // hosts are doing, and takes no lock.
     runPendingAction();
 
+    tarnix::ApplyGate& objGate = tarnix::ApplyGate::instance();
     if (m_nMode.load() == 0) {
+        if (m_pDecisions->wanted()) {
+            tarnix::DecisionRecord stRecord = startDecision(tarnix::DecisionSource::SensorPass);
+            stRecord.outcome = tarnix::DecisionOutcome::HeldSuspended;
+            endDecision(stRecord);
+            // The observer is called with the gate held, as from every
+            // other pass; only to call it is the gate taken here.
+            if (m_pDecisions->observed() && !objGate.heldByThisThread() && objGate.lockForPass(m_bStopRequested)) {
+                deliverDecisions();
+                objGate.unlock();
+            }
+        }
         return 0;
     }
     // The scheme decision needs the apply gate. The pass waits for it ahead
     // of every host, but for one pass period at most and not once the thread
     // is being stopped; a pass that did not get it leaves the decision to
     // the next one.
-    tarnix::ApplyGate& objGate = tarnix::ApplyGate::instance();
     if (!objGate.lockForPass(m_bStopRequested)) {
+        if (m_pDecisions->wanted() && !m_bStopRequested.load()) {
+            // Kept, and handed to the observer with the next record.
+            tarnix::DecisionRecord stRecord = startDecision(tarnix::DecisionSource::SensorPass);
+            stRecord.outcome = tarnix::DecisionOutcome::Postponed;
+            endDecision(stRecord);
+        }
         return 0;
     }
-    sensorPass();
+    tarnix::DecisionRecord stRecord = startDecision(tarnix::DecisionSource::SensorPass);
+    sensorPass(stRecord);
+    endDecision(stRecord);
     objGate.unlock();
     return 0;
 }
@@ -63,16 +103,23 @@ void ISensorController::runPendingAction() {
 
 // A non-forced switch to nScheme unless it is already current or a busy
 // flag holds scheme changes back.
-void ISensorController::switchIfNeeded(int nScheme) {
-    if (nScheme == m_nCurScheme.load() || isBusy()) {
+void ISensorController::switchIfNeeded(int nScheme, tarnix::DecisionRecord& p_stRecord) {
+    p_stRecord.selected = nScheme;
+    if (nScheme == m_nCurScheme.load()) {
+        return;
+    }
+    if (isBusy()) {
+        noteBusy(p_stRecord, m_nStatusFlags.load());
         return;
     }
     int nRet = switch_to(nScheme, false);
+    noteSwitch(p_stRecord, false);
     SENSOR_ASSERT_T(SNS_SUCCESS == nRet, "SNS_SUCCESS == switch_to(nScheme)", "nScheme(%d)\n", nScheme);
 }
 
-void ISensorController::sensorPass() {
+void ISensorController::sensorPass(tarnix::DecisionRecord& p_stRecord) {
     if (m_nMode.load() == 0) {
+        p_stRecord.outcome = tarnix::DecisionOutcome::HeldSuspended;
         return;
     }
 
@@ -81,11 +128,8 @@ void ISensorController::sensorPass() {
 
     // Day/night policy: it takes precedence over the time schedule.
     if (m_bDNScheme.load()) {
-        int nState = 0;
-        if (!getDNState(nState)) {
-            nState = 0; // a failed read counts as day
-        }
-        switchIfNeeded(dayNightScheme(nState));
+        const int nState = passDayNightState(*this, p_stRecord);
+        switchIfNeeded(dayNightScheme(nState), p_stRecord);
         return;
     }
 
@@ -93,12 +137,13 @@ void ISensorController::sensorPass() {
         return;
     }
 
-    int nRet = judgeCurScheme(nScheme, nSchedule);
+    int nRet = judgeScheme(nScheme, nSchedule, &p_stRecord);
     SENSOR_ASSERT_T(SNS_SUCCESS == nRet, "SNS_SUCCESS == judgeCurScheme(nScheme, nSchedule)", "nScheme(%d)\n",
                     nScheme);
+    p_stRecord.schedule = nSchedule;
 
     if (!m_bLprMode.load()) {
-        switchIfNeeded(nScheme);
+        switchIfNeeded(nScheme, p_stRecord);
         return;
     }
 
@@ -107,37 +152,43 @@ void ISensorController::sensorPass() {
     // day (0) or night (1) scheme is applied in full with day/night mode 0.
     const u32 nLastSchedule = m_nLastSchedule.load();
     if (nSchedule != 0) {
+        p_stRecord.selected = nScheme;
         if (static_cast<u32>(nSchedule) == nLastSchedule && nScheme == m_nCurScheme.load()) {
             return;
         }
         if (isBusy()) {
+            noteBusy(p_stRecord, m_nStatusFlags.load());
             return;
         }
         if (static_cast<u32>(nSchedule) == nLastSchedule) {
             // Still inside a window, but another scheme is current.
             nRet = switch_to(nScheme, false);
+            noteSwitch(p_stRecord, false);
             SENSOR_ASSERT_T(SNS_SUCCESS == nRet, "SNS_SUCCESS == switch_to(nScheme)", "nScheme(%d)\n", nScheme);
         } else {
             // The window has just begun.
             nRet = switch_to(nScheme, true);
+            noteSwitch(p_stRecord, true);
             SENSOR_ASSERT_T(SNS_SUCCESS == nRet, "SNS_SUCCESS == switch_to(nScheme, true)", "nScheme(%d)\n",
                             nScheme);
         }
     } else {
-        int nState = 0;
-        if (!getDNState(nState)) {
-            nState = 0;
-        }
+        const int nState = passDayNightState(*this, p_stRecord);
         nScheme = dayNightScheme(nState);
+        p_stRecord.selected = nScheme;
         if (nLastSchedule == 0 && nScheme == m_nCurScheme.load()) {
             return;
         }
         if (isBusy()) {
+            noteBusy(p_stRecord, m_nStatusFlags.load());
             return;
         }
         LPR_switch_to(nScheme);
+        noteSwitch(p_stRecord, true);
+        p_stRecord.dnModeZeroed = true;
     }
     m_nLastSchedule = static_cast<u32>(nSchedule);
+    p_stRecord.lastScheduleAfter = static_cast<u32>(nSchedule);
 }
 
 int ISensorController::SensorCheck(std::string& str) {
