@@ -61,7 +61,7 @@ SoapReply OnvifService::getSystemDateAndTime() {
 SoapReply OnvifService::getServices(const TiXmlElement* request, const std::string& host) {
     std::string include = elementText(childElement(request, kNsDevice, "IncludeCapability"));
     bool withCapabilities = include == "true" || include == "1";
-    bool stabilisation = offersStabilisation();
+    bool stabilisation = offersStabilisation("GetServices");
     struct ServiceEntry {
         const char* ns;
         const char* path;

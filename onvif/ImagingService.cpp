@@ -37,25 +37,29 @@ SoapReply faultLens(const char* what) {
 
 } // namespace
 
-bool OnvifService::offersFocus(Channel& channel) {
-    ImagingMapping mapping(*channel.video.controller);
+bool OnvifService::offersFocus(ISensorController& controller) {
+    ImagingMapping mapping(controller);
     const ImagingField* field = fieldBySettingsPath("Focus/AutoFocusMode");
     return field != nullptr && mapping.offered(*field);
 }
 
-bool OnvifService::offersStabilisation() {
+bool OnvifService::offersStabilisation(const char* operation) {
     const ImagingField* field = fieldBySettingsPath("Extension/ImageStabilization/Mode");
+    bool offered = false;
     for (const auto& channel : m_channels) {
-        if (field != nullptr && channel->video.controller != nullptr &&
-            ImagingMapping(*channel->video.controller).offered(*field)) {
-            return true;
+        if (field == nullptr || offered || (channel->video.controller == nullptr && !m_config.access)) {
+            continue;
         }
+        onController(*channel, operation, false, [field, &offered](ISensorController& controller) {
+            offered = ImagingMapping(controller).offered(*field);
+            return SoapReply();
+        });
     }
-    return false;
+    return offered;
 }
 
 SoapReply OnvifService::getImagingServiceCapabilities() {
-    bool stabilisation = offersStabilisation();
+    bool stabilisation = offersStabilisation("GetServiceCapabilities");
     return soapResponse(std::string("<timg:GetServiceCapabilitiesResponse><timg:Capabilities ImageStabilization=\"") +
                         (stabilisation ? "true" : "false") +
                         "\" Presets=\"false\"/></timg:GetServiceCapabilitiesResponse>");
@@ -66,9 +70,11 @@ SoapReply OnvifService::getImagingSettings(const TiXmlElement* request) {
     if (channel == nullptr) {
         return faultNoSource();
     }
-    ImagingMapping mapping(*channel->video.controller);
-    return soapResponse("<timg:GetImagingSettingsResponse><timg:ImagingSettings>" + settingsXml(mapping.read()) +
-                        "</timg:ImagingSettings></timg:GetImagingSettingsResponse>");
+    return onController(*channel, "GetImagingSettings", false, [](ISensorController& controller) {
+        ImagingMapping mapping(controller);
+        return soapResponse("<timg:GetImagingSettingsResponse><timg:ImagingSettings>" + settingsXml(mapping.read()) +
+                            "</timg:ImagingSettings></timg:GetImagingSettingsResponse>");
+    });
 }
 
 SoapReply OnvifService::setImagingSettings(const TiXmlElement* request) {
@@ -95,17 +101,19 @@ SoapReply OnvifService::setImagingSettings(const TiXmlElement* request) {
     if (!requestedFields(settings, fields, reason)) {
         return faultInvalidArgVal("ter:SettingsInvalid", reason);
     }
-    ImagingMapping mapping(*channel->video.controller);
-    ApplyResult result = mapping.apply(fields, persist);
-    switch (result.status) {
-    case ApplyResult::Status::Invalid:
-        return faultInvalidArgVal("ter:SettingsInvalid", result.message);
-    case ApplyResult::Status::Failed:
-        return soapFault("env:Receiver", "ter:Action", "", result.message);
-    case ApplyResult::Status::Applied:
-        break;
-    }
-    return soapResponse("<timg:SetImagingSettingsResponse/>");
+    return onController(*channel, "SetImagingSettings", true, [&fields, persist](ISensorController& controller) {
+        ImagingMapping mapping(controller);
+        ApplyResult result = mapping.apply(fields, persist);
+        switch (result.status) {
+        case ApplyResult::Status::Invalid:
+            return faultInvalidArgVal("ter:SettingsInvalid", result.message);
+        case ApplyResult::Status::Failed:
+            return soapFault("env:Receiver", "ter:Action", "", result.message);
+        case ApplyResult::Status::Applied:
+            break;
+        }
+        return soapResponse("<timg:SetImagingSettingsResponse/>");
+    });
 }
 
 SoapReply OnvifService::getOptions(const TiXmlElement* request) {
@@ -113,9 +121,11 @@ SoapReply OnvifService::getOptions(const TiXmlElement* request) {
     if (channel == nullptr) {
         return faultNoSource();
     }
-    ImagingMapping mapping(*channel->video.controller);
-    return soapResponse("<timg:GetOptionsResponse><timg:ImagingOptions>" + optionsXml(mapping.allOptions()) +
-                        "</timg:ImagingOptions></timg:GetOptionsResponse>");
+    return onController(*channel, "GetOptions", false, [](ISensorController& controller) {
+        ImagingMapping mapping(controller);
+        return soapResponse("<timg:GetOptionsResponse><timg:ImagingOptions>" + optionsXml(mapping.allOptions()) +
+                            "</timg:ImagingOptions></timg:GetOptionsResponse>");
+    });
 }
 
 SoapReply OnvifService::getMoveOptions(const TiXmlElement* request) {
@@ -123,17 +133,20 @@ SoapReply OnvifService::getMoveOptions(const TiXmlElement* request) {
     if (channel == nullptr) {
         return faultNoSource();
     }
-    if (!offersFocus(*channel)) {
-        return faultNoFocus();
-    }
-    std::string xml = "<timg:GetMoveOptionsResponse><timg:MoveOptions>";
-    if (channel->video.focusPositionMax > 0) {
-        xml += "<tt:Absolute><tt:Position><tt:Min>0</tt:Min><tt:Max>" + decimal(channel->video.focusPositionMax) +
-               "</tt:Max></tt:Position></tt:Absolute>";
-    }
-    xml += "<tt:Continuous><tt:Speed><tt:Min>-1</tt:Min><tt:Max>1</tt:Max></tt:Speed></tt:Continuous>";
-    xml += "</timg:MoveOptions></timg:GetMoveOptionsResponse>";
-    return soapResponse(xml);
+    const int positionMax = channel->video.focusPositionMax;
+    return onController(*channel, "GetMoveOptions", false, [positionMax](ISensorController& controller) {
+        if (!offersFocus(controller)) {
+            return faultNoFocus();
+        }
+        std::string xml = "<timg:GetMoveOptionsResponse><timg:MoveOptions>";
+        if (positionMax > 0) {
+            xml += "<tt:Absolute><tt:Position><tt:Min>0</tt:Min><tt:Max>" + decimal(positionMax) +
+                   "</tt:Max></tt:Position></tt:Absolute>";
+        }
+        xml += "<tt:Continuous><tt:Speed><tt:Min>-1</tt:Min><tt:Max>1</tt:Max></tt:Speed></tt:Continuous>";
+        xml += "</timg:MoveOptions></timg:GetMoveOptionsResponse>";
+        return soapResponse(xml);
+    });
 }
 
 SoapReply OnvifService::move(const TiXmlElement* request) {
@@ -141,50 +154,51 @@ SoapReply OnvifService::move(const TiXmlElement* request) {
     if (channel == nullptr) {
         return faultNoSource();
     }
-    if (!offersFocus(*channel)) {
-        return faultNoFocus();
-    }
-    ISensorController& controller = *channel->video.controller;
     const TiXmlElement* focus = childElement(request, kNsImaging, "Focus");
     const TiXmlElement* continuous = childElement(focus, kNsSchema, "Continuous");
     const TiXmlElement* absolute = childElement(focus, kNsSchema, "Absolute");
-    if (continuous != nullptr) {
-        double speed = 0;
-        if (!parseNumber(elementText(childElement(continuous, kNsSchema, "Speed")), speed) || speed < -1.0 ||
-            speed > 1.0) {
-            return faultInvalidArgVal("ter:SettingsInvalid", "Continuous focus speed must lie in -1 .. 1");
+    const int positionMax = channel->video.focusPositionMax;
+    return onController(*channel, "Move", true, [&](ISensorController& controller) {
+        if (!offersFocus(controller)) {
+            return faultNoFocus();
         }
-        bool ok = true;
-        if (speed > 0) {
-            ok = controller.focusFar();
-        } else if (speed < 0) {
-            ok = controller.focusNear();
-        } else {
-            ok = controller.setParameters(std::string(kFocusStop), false) == 0;
+        if (continuous != nullptr) {
+            double speed = 0;
+            if (!parseNumber(elementText(childElement(continuous, kNsSchema, "Speed")), speed) || speed < -1.0 ||
+                speed > 1.0) {
+                return faultInvalidArgVal("ter:SettingsInvalid", "Continuous focus speed must lie in -1 .. 1");
+            }
+            bool ok = true;
+            if (speed > 0) {
+                ok = controller.focusFar();
+            } else if (speed < 0) {
+                ok = controller.focusNear();
+            } else {
+                ok = controller.setParameters(std::string(kFocusStop), false) == 0;
+            }
+            if (!ok) {
+                return faultLens("focus move");
+            }
+            channel->focusMoving = speed != 0;
+            return soapResponse("<timg:MoveResponse/>");
         }
-        if (!ok) {
-            return faultLens("focus move");
+        if (absolute != nullptr) {
+            double position = 0;
+            if (positionMax <= 0) {
+                return faultInvalidArgVal("ter:SettingsInvalid", "This video source takes continuous focus moves only");
+            }
+            if (!parseNumber(elementText(childElement(absolute, kNsSchema, "Position")), position) || position < 0 ||
+                position > positionMax) {
+                return faultInvalidArgVal("ter:SettingsInvalid", "Focus position must lie in 0 .. " + decimal(positionMax));
+            }
+            if (!controller.setFocusValue(static_cast<int>(std::lround(position)))) {
+                return faultLens("focus position");
+            }
+            channel->focusMoving = false;
+            return soapResponse("<timg:MoveResponse/>");
         }
-        channel->focusMoving = speed != 0;
-        return soapResponse("<timg:MoveResponse/>");
-    }
-    if (absolute != nullptr) {
-        double position = 0;
-        if (channel->video.focusPositionMax <= 0) {
-            return faultInvalidArgVal("ter:SettingsInvalid", "This video source takes continuous focus moves only");
-        }
-        if (!parseNumber(elementText(childElement(absolute, kNsSchema, "Position")), position) || position < 0 ||
-            position > channel->video.focusPositionMax) {
-            return faultInvalidArgVal("ter:SettingsInvalid", "Focus position must lie in 0 .. " +
-                                                                 decimal(channel->video.focusPositionMax));
-        }
-        if (!controller.setFocusValue(static_cast<int>(std::lround(position)))) {
-            return faultLens("focus position");
-        }
-        channel->focusMoving = false;
-        return soapResponse("<timg:MoveResponse/>");
-    }
-    return faultInvalidArgVal("ter:SettingsInvalid", "Only continuous and absolute focus moves are offered");
+        return faultInvalidArgVal("ter:SettingsInvalid", "Only continuous and absolute focus moves are offered");
+    });
 }
 
 SoapReply OnvifService::stop(const TiXmlElement* request) {
@@ -192,14 +206,16 @@ SoapReply OnvifService::stop(const TiXmlElement* request) {
     if (channel == nullptr) {
         return faultNoSource();
     }
-    if (!offersFocus(*channel)) {
-        return faultNoFocus();
-    }
-    if (channel->video.controller->setParameters(std::string(kFocusStop), false) != 0) {
-        return faultLens("stop");
-    }
-    channel->focusMoving = false;
-    return soapResponse("<timg:StopResponse/>");
+    return onController(*channel, "Stop", true, [channel](ISensorController& controller) {
+        if (!offersFocus(controller)) {
+            return faultNoFocus();
+        }
+        if (controller.setParameters(std::string(kFocusStop), false) != 0) {
+            return faultLens("stop");
+        }
+        channel->focusMoving = false;
+        return soapResponse("<timg:StopResponse/>");
+    });
 }
 
 SoapReply OnvifService::getStatus(const TiXmlElement* request) {
@@ -207,16 +223,19 @@ SoapReply OnvifService::getStatus(const TiXmlElement* request) {
     if (channel == nullptr) {
         return faultNoSource();
     }
-    if (!offersFocus(*channel)) {
-        return faultNoFocus();
-    }
-    int position = 0;
-    if (!channel->video.controller->getFocusValue(position)) {
-        return faultLens("position query");
-    }
-    return soapResponse("<timg:GetStatusResponse><timg:Status><tt:FocusStatus20><tt:Position>" + decimal(position) +
-                        "</tt:Position><tt:MoveStatus>" + (channel->focusMoving ? "MOVING" : "IDLE") +
-                        "</tt:MoveStatus></tt:FocusStatus20></timg:Status></timg:GetStatusResponse>");
+    return onController(*channel, "GetStatus", false, [channel](ISensorController& controller) {
+        if (!offersFocus(controller)) {
+            return faultNoFocus();
+        }
+        int position = 0;
+        if (!controller.getFocusValue(position)) {
+            return faultLens("position query");
+        }
+        return soapResponse("<timg:GetStatusResponse><timg:Status><tt:FocusStatus20><tt:Position>" +
+                            decimal(position) + "</tt:Position><tt:MoveStatus>" +
+                            (channel->focusMoving ? "MOVING" : "IDLE") +
+                            "</tt:MoveStatus></tt:FocusStatus20></timg:Status></timg:GetStatusResponse>");
+    });
 }
 
 } // namespace onvif

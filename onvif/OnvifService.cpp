@@ -16,8 +16,27 @@ namespace {
 
 // A Host header longer than this is not used in service addresses.
 constexpr size_t kMaxHostLength = 255;
+// No lens has more focus motor positions than this.
+constexpr long kMaxFocusSteps = 1000000;
 
 } // namespace
+
+int focusStepsOf(const std::string& moduleParameters) {
+    const std::string name = "(focusSteps=";
+    size_t pos = moduleParameters.find(name);
+    if (pos == std::string::npos) {
+        return 0;
+    }
+    long steps = 0;
+    for (size_t i = pos + name.size(); i < moduleParameters.size() && moduleParameters[i] != ')'; ++i) {
+        char c = moduleParameters[i];
+        if (c < '0' || c > '9' || steps > kMaxFocusSteps) {
+            return 0;
+        }
+        steps = steps * 10 + (c - '0');
+    }
+    return steps > kMaxFocusSteps ? 0 : static_cast<int>(steps);
+}
 
 OnvifService::OnvifService(ServiceConfig config, std::vector<VideoChannel> channels) : m_config(std::move(config)) {
     if (!m_config.clock) {
@@ -126,11 +145,19 @@ SoapReply OnvifService::dispatch(const TiXmlElement* operation, const std::strin
 OnvifService::Channel* OnvifService::channelOf(const TiXmlElement* request) {
     std::string token = elementText(childElement(request, kNsImaging, "VideoSourceToken"));
     for (const auto& channel : m_channels) {
-        if (channel->sourceToken == token && channel->video.controller != nullptr) {
+        if (channel->sourceToken == token && (channel->video.controller != nullptr || m_config.access)) {
             return channel.get();
         }
     }
     return nullptr;
+}
+
+SoapReply OnvifService::onController(Channel& channel, const char* operation, bool changes,
+                                     const ControllerCall& run) {
+    if (m_config.access) {
+        return m_config.access(channel.video, operation, changes, run);
+    }
+    return run(*channel.video.controller);
 }
 
 } // namespace onvif

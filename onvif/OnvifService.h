@@ -37,6 +37,7 @@ struct DeviceInformation {
 // the description of its main stream that the media service reports.
 struct VideoChannel {
     int channel = 1; // tokens "VideoSource_<channel>", "Profile_<channel>"
+    // May stay null when ServiceConfig::access hands the controller over.
     ISensorController* controller = nullptr;
     int width = 1920;
     int height = 1080;
@@ -46,6 +47,19 @@ struct VideoChannel {
     // offers continuous focus moves only.
     int focusPositionMax = 0;
 };
+
+// The highest focus motor position a lens module's parameter text gives:
+// N of "(focusSteps=N)" in "(lensId=3)(zoomSteps=2400)(focusSteps=3100)"; 0
+// when the text has none (continuous focus moves only).
+int focusStepsOf(const std::string& moduleParameters);
+
+// Answers an operation on the controller given.
+using ControllerCall = std::function<SoapReply(ISensorController& controller)>;
+// Runs run on the controller of channel and returns its answer. operation
+// is the ONVIF operation's name; changes is true for the operations that
+// change settings or move the lens (SetImagingSettings, Move, Stop).
+using ChannelAccess = std::function<SoapReply(const VideoChannel& channel, const std::string& operation,
+                                              bool changes, const ControllerCall& run)>;
 
 struct ServiceConfig {
     // Credentials of the one ONVIF user; an empty user turns the check off.
@@ -58,6 +72,12 @@ struct ServiceConfig {
     std::string defaultHost = "127.0.0.1";
     // UTC clock of GetSystemDateAndTime (tests pin it).
     std::function<std::time_t()> clock;
+    // How operations reach a channel's controller. Unset, they call
+    // VideoChannel::controller directly. A host that replaces a channel's
+    // controller while serving (a re-initialisation), or that serialises
+    // or records what changes it, passes every call through here; each
+    // call then uses the controller it is given and nothing else.
+    ChannelAccess access;
 };
 
 class OnvifService {
@@ -103,10 +123,13 @@ private:
 
     // The channel named by the request's VideoSourceToken (null if none).
     Channel* channelOf(const TiXmlElement* request);
-    // Whether the channel's style offers focus (its focus mode item).
-    bool offersFocus(Channel& channel);
-    // Whether any channel offers image stabilisation.
-    bool offersStabilisation();
+    // Runs an operation on the channel's controller (through access when
+    // set).
+    SoapReply onController(Channel& channel, const char* operation, bool changes, const ControllerCall& run);
+    // Whether the controller's style offers focus (its focus mode item).
+    static bool offersFocus(ISensorController& controller);
+    // Whether any channel offers image stabilisation (asked for operation).
+    bool offersStabilisation(const char* operation);
     std::string serviceAddress(const std::string& host, const char* path) const;
 
     ServiceConfig m_config;

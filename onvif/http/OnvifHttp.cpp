@@ -19,7 +19,7 @@ void addOnvifRoutes(httplib::Server& server, OnvifService& service) {
             bool tooLarge = false;
             // Stops reading at the first byte past the limit, so an oversized
             // body never sits in memory whole.
-            reader([&](const char* data, size_t length) {
+            bool read = reader([&](const char* data, size_t length) {
                 if (body.size() + length > limit) {
                     tooLarge = true;
                     return false;
@@ -28,8 +28,13 @@ void addOnvifRoutes(httplib::Server& server, OnvifService& service) {
                 return true;
             });
             SoapReply reply;
-            if (tooLarge) {
+            // The server's own body limit (a server shared with other
+            // routes may set one) ends the read early with 413.
+            if (tooLarge || (!read && response.status == 413)) {
                 reply = faultTooLarge(limit);
+                response.set_header("Connection", "close");
+            } else if (!read) {
+                reply = faultWellFormed("The request body could not be read whole");
                 response.set_header("Connection", "close");
             } else {
                 reply = service.handle(route, body, request.get_header_value("Host"));

@@ -34,13 +34,6 @@ int fail(const std::string& message) {
     return 1;
 }
 
-// The value of "name=" in a module parameter text such as
-// "(lensId=3)(focusSteps=3100)" (0 when absent).
-int moduleParameter(const std::string& text, const std::string& name) {
-    size_t pos = text.find("(" + name + "=");
-    return pos == std::string::npos ? 0 : std::atoi(text.c_str() + pos + name.size() + 2);
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
@@ -111,7 +104,7 @@ int main(int argc, char** argv) {
     tarnix::onvif::VideoChannel channel;
     channel.channel = channelId;
     channel.controller = &controller;
-    channel.focusPositionMax = moduleParameter(module.getParameters(), "focusSteps");
+    channel.focusPositionMax = tarnix::onvif::focusStepsOf(module.getParameters());
     tarnix::onvif::OnvifService service(config, {channel});
 
     httplib::Server server;

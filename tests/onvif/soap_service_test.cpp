@@ -378,6 +378,72 @@ TEST_F(SoapServiceTest, AFixedLensHasNoFocusOperations) {
     EXPECT_TRUE(tarnix_test::setCalls().empty());
 }
 
+TEST_F(SoapServiceTest, AnAccessHookHandsEveryOperationItsController) {
+    start("box");
+    struct Seen {
+        int channel;
+        std::string operation;
+        bool changes;
+    };
+    std::vector<Seen> seen;
+    ServiceConfig config;
+    config.access = [this, &seen](const VideoChannel& video, const std::string& operation, bool changes,
+                                  const ControllerCall& run) {
+        seen.push_back({video.channel, operation, changes});
+        return run(controller());
+    };
+    VideoChannel channel;
+    channel.channel = 1;
+    channel.focusPositionMax = 3100;
+    // No controller of its own: every operation reaches one through the hook.
+    m_pService.reset(new OnvifService(config, {channel}));
+    const std::pair<std::string, bool> ops[] = {
+        {std::string("<GetImagingSettings ") + kImg + ">" + token() + "</GetImagingSettings>", false},
+        {std::string("<GetOptions ") + kImg + ">" + token() + "</GetOptions>", false},
+        {std::string("<GetMoveOptions ") + kImg + ">" + token() + "</GetMoveOptions>", false},
+        {std::string("<GetStatus ") + kImg + ">" + token() + "</GetStatus>", false},
+        {std::string("<SetImagingSettings ") + kImg + ">" + token() + "<ImagingSettings><Brightness " + kTt +
+             ">61</Brightness></ImagingSettings></SetImagingSettings>",
+         true},
+        {std::string("<Move ") + kImg + ">" + token() + "<Focus><Continuous " + kTt +
+             "><Speed>0.5</Speed></Continuous></Focus></Move>",
+         true},
+        {std::string("<Stop ") + kImg + ">" + token() + "</Stop>", true},
+        {std::string("<GetServiceCapabilities ") + kImg + "/>", false},
+    };
+    const char* names[] = {"GetImagingSettings", "GetOptions", "GetMoveOptions", "GetStatus",
+                           "SetImagingSettings", "Move",       "Stop",           "GetServiceCapabilities"};
+    for (size_t i = 0; i < sizeof(names) / sizeof(names[0]); ++i) {
+        seen.clear();
+        Reply r(m_pService->handle(OnvifService::kImagingPath, envelope("", ops[i].first)));
+        EXPECT_EQ(r.status, 200) << names[i] << r.body;
+        ASSERT_EQ(seen.size(), 1u) << names[i];
+        EXPECT_EQ(seen[0].channel, 1);
+        EXPECT_EQ(seen[0].operation, names[i]);
+        EXPECT_EQ(seen[0].changes, ops[i].second) << names[i];
+    }
+    EXPECT_EQ(fileValue(34), 61);
+    // Operations that need no controller do not call it.
+    seen.clear();
+    Reply time(m_pService->handle(OnvifService::kDevicePath, envelope("", std::string("<GetSystemDateAndTime ") + kDev + "/>")));
+    EXPECT_EQ(time.status, 200);
+    Reply noSource(m_pService->handle(OnvifService::kImagingPath,
+                                      envelope("", std::string("<GetOptions ") + kImg +
+                                                       "><VideoSourceToken>VideoSource_9</VideoSourceToken></GetOptions>")));
+    EXPECT_EQ(noSource.faultSubcodes(), "ter:InvalidArgVal ter:NoSource");
+    EXPECT_TRUE(seen.empty());
+}
+
+TEST(FocusStepsTest, FromTheLensModulesParameterText) {
+    EXPECT_EQ(focusStepsOf("(lensId=3)(zoomSteps=2400)(focusSteps=3100)"), 3100);
+    EXPECT_EQ(focusStepsOf("(focusSteps=1800)"), 1800);
+    EXPECT_EQ(focusStepsOf("(lensId=0)"), 0);
+    EXPECT_EQ(focusStepsOf(""), 0);
+    EXPECT_EQ(focusStepsOf("(focusSteps=12x)"), 0);
+    EXPECT_EQ(focusStepsOf("(focusSteps=-5)"), 0);
+    EXPECT_EQ(focusStepsOf("(focusSteps=99999999999999999999)"), 0);
+}
+
 TEST_F(SoapServiceTest, ConcurrentClientsAreServedSafely) {
     serve("box");
     std::vector<std::thread> threads;

@@ -186,12 +186,62 @@ TEST_F(ServeCliTest, UsageErrors) {
         EXPECT_EQ(2, r.code) << r.out << r.err;
         EXPECT_EQ(0u, r.err.find("sensorctl: error: ")) << r.err;
     }
+    for (const std::vector<std::string>& args :
+         {std::vector<std::string>{"--root", m_strCam, "serve", "--onvif-user", "admin", "--onvif-password", "pw"},
+          std::vector<std::string>{"--root", m_strCam, "serve", "--onvif", "--onvif-user", "admin"},
+          std::vector<std::string>{"--root", m_strCam, "serve", "--onvif", "--onvif-password", "pw"},
+          std::vector<std::string>{"--root", m_strCam, "serve", "--onvif", "--onvif-user=", "--onvif-password", "pw"},
+          std::vector<std::string>{"--root", m_strCam, "serve", "--onvif=1"}}) {
+        RunResult r = run(args);
+        EXPECT_EQ(2, r.code) << r.out << r.err;
+        EXPECT_EQ(0u, r.err.find("sensorctl: error: ")) << r.err;
+    }
     RunResult noRoot = run({"--root", root() + "/missing", "serve"});
     EXPECT_EQ(1, noRoot.code);
     RunResult help = run({"serve", "--help"});
     EXPECT_EQ(0, help.code);
     EXPECT_NE(std::string::npos, help.out.find("usage: sensorctl serve [--bind ADDR] [--port P]")) << help.out;
 }
+
+#ifdef SENSORCTL_WITH_ONVIF
+TEST_F(ServeCliTest, OnvifServicesOnTheSameServer) {
+    start({"--root", m_strCam, "serve", "--port", "0", "--onvif", "--onvif-user", "admin", "--onvif-password", "pw"});
+    ASSERT_FALSE(waitForUrl().empty()) << slurp(m_strOut) << slurp(m_strErr);
+    std::string out = slurp(m_strOut);
+    EXPECT_NE(std::string::npos, out.find("sensorctl: serve: ONVIF services on port " + std::to_string(m_nPort) +
+                                          " at /onvif/device_service (user admin)"))
+        << out;
+    httplib::Client cli("127.0.0.1", m_nPort);
+    auto envelope = [](const std::string& p_strBody) {
+        return "<s:Envelope xmlns:s=\"http://www.w3.org/2003/05/soap-envelope\"><s:Body>" + p_strBody +
+               "</s:Body></s:Envelope>";
+    };
+    auto time = cli.Post("/onvif/device_service",
+                         envelope("<GetSystemDateAndTime xmlns=\"http://www.onvif.org/ver10/device/wsdl\"/>"),
+                         "application/soap+xml");
+    ASSERT_TRUE(time);
+    EXPECT_EQ(200, time->status) << time->body;
+    EXPECT_NE(std::string::npos, time->body.find("GetSystemDateAndTimeResponse")) << time->body;
+    auto refused = cli.Post("/onvif/media_service",
+                            envelope("<GetProfiles xmlns=\"http://www.onvif.org/ver10/media/wsdl\"/>"),
+                            "application/soap+xml");
+    ASSERT_TRUE(refused);
+    EXPECT_EQ(400, refused->status);
+    EXPECT_NE(std::string::npos, refused->body.find("ter:NotAuthorized")) << refused->body;
+    EXPECT_EQ(0, stopWith(SIGTERM)) << slurp(m_strErr);
+}
+
+TEST_F(ServeCliTest, WithoutOnvifTheServicesAreNotServed) {
+    start({"--root", m_strCam, "serve", "--port", "0"});
+    ASSERT_FALSE(waitForUrl().empty()) << slurp(m_strOut) << slurp(m_strErr);
+    EXPECT_EQ(std::string::npos, slurp(m_strOut).find("ONVIF"));
+    httplib::Client cli("127.0.0.1", m_nPort);
+    auto none = cli.Post("/onvif/device_service", "<x/>", "application/soap+xml");
+    ASSERT_TRUE(none);
+    EXPECT_EQ(404, none->status);
+    EXPECT_EQ(0, stopWith(SIGTERM)) << slurp(m_strErr);
+}
+#endif
 
 } // namespace
 } // namespace serve_test

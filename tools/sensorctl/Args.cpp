@@ -13,8 +13,9 @@ namespace {
 
 // Options that take a value, and flags.
 const char* const kValueOptions[] = {"root", "channel", "clock", "time-scale", "model", "devices",
-                                     "out",  "style",   "diversity", "detail", "bind", "port"};
-const char* const kFlagOptions[] = {"log", "help", "summary", "verbose"};
+                                     "out",  "style",   "diversity", "detail", "bind", "port",
+                                     "onvif-user", "onvif-password"};
+const char* const kFlagOptions[] = {"log", "help", "summary", "verbose", "onvif"};
 
 bool isValueOption(const std::string& p_strName) {
     for (const char* name : kValueOptions) {
@@ -77,6 +78,15 @@ void setOption(Options& p_stOptions, const std::string& p_strName, const std::st
         p_stOptions.bind = p_strValue;
     } else if (p_strName == "port") {
         p_stOptions.port = static_cast<int>(integerArg(p_strValue, 0, 65535, "--port (0 to 65535)"));
+    } else if (p_strName == "onvif") {
+        p_stOptions.onvif = true;
+    } else if (p_strName == "onvif-user") {
+        if (p_strValue.empty()) {
+            usageError("--onvif-user needs a user name");
+        }
+        p_stOptions.onvifUser = p_strValue;
+    } else if (p_strName == "onvif-password") {
+        p_stOptions.onvifPassword = p_strValue;
     } else if (p_strName == "log") {
         p_stOptions.log = true;
     } else if (p_strName == "verbose") {

@@ -31,6 +31,9 @@ struct Options {
     std::string detail;               // --detail TEXT (style merge)
     std::string bind = "127.0.0.1";   // --bind ADDR (serve)
     int port = 8080;                  // --port P (serve)
+    bool onvif = false;               // --onvif (serve)
+    std::string onvifUser;            // --onvif-user U (serve --onvif)
+    std::string onvifPassword;        // --onvif-password P (serve --onvif)
 
     bool has(const std::string& p_strName) const { return given.count(p_strName) != 0; }
 };

@@ -58,10 +58,14 @@ const CommandHelp kHelp[] = {
      "ISP's day/night state), wait N (N sensor-thread passes), log (ISP calls and video notifications\n"
      "since the last log), cfg dump|diff, help, quit. Blank lines and lines starting with '#' are\n"
      "skipped; words may be quoted with '...'. Exit code 1 when any command failed."},
-    {"serve", "serve [--bind ADDR] [--port P]", "serve the channel's settings page, live, to a web browser",
+    {"serve", "serve [--bind ADDR] [--port P] [--onvif [--onvif-user U --onvif-password P]]",
+     "serve the channel's settings page, live, to a web browser",
      "Runs one controller as the shell does and an HTTP server on it until Ctrl-C (SIGINT) or SIGTERM.\n"
      "Prints the URL to open, with the run's token in it. --bind (default 127.0.0.1) and --port\n"
-     "(default 8080; 0 picks a free port). Also --root, --channel, --clock, --time-scale."},
+     "(default 8080; 0 picks a free port). Also --root, --channel, --clock, --time-scale.\n"
+     "--onvif also serves the ONVIF device, media and imaging services on the same server\n"
+     "(/onvif/device_service ...) for a video management system; with --onvif-user and\n"
+     "--onvif-password every operation but GetSystemDateAndTime needs that user's digest."},
     {"cfg", "cfg dump FILE | cfg diff A B", "decode scheme files into (key,value) lines with key names",
      "Files are 8-byte records (key, value) in native byte order. With --root, an absolute path that\n"
      "exists below the root is read from there (e.g. /mnt/mtd/code/config_file/sensor1_0.cfg)."},

@@ -133,8 +133,16 @@ int run(const std::vector<std::string>& p_vecArgs) {
         return runShell(options);
     }
     if (name == "serve") {
-        allowOnly(options, name, {"root", "channel", "clock", "time-scale", "bind", "port", "verbose"});
-        expectArgs(options, 1, 0, 0, "serve [--bind ADDR] [--port P]");
+        allowOnly(options, name,
+                  {"root", "channel", "clock", "time-scale", "bind", "port", "verbose", "onvif", "onvif-user",
+                   "onvif-password"});
+        expectArgs(options, 1, 0, 0, "serve [--bind ADDR] [--port P] [--onvif [--onvif-user U --onvif-password P]]");
+        if ((options.has("onvif-user") || options.has("onvif-password")) && !options.onvif) {
+            usageError("--onvif-user and --onvif-password go with --onvif");
+        }
+        if (options.has("onvif-user") != options.has("onvif-password")) {
+            usageError("--onvif-user and --onvif-password go together");
+        }
 #ifdef SENSORCTL_WITH_SERVE
         return runServe(options);
 #else

@@ -1,23 +1,31 @@
-// End to end with a third-party ONVIF client (the "onvif" npm package):
-// it connects to the test host's ONVIF services with a user and password,
-// reads video sources, profiles, imaging settings and options, sets
-// brightness, saturation, IR cut filter and WDR, moves the focus and stops
-// it; the test checks the simulated ISP's set calls the host reports and
-// the scheme file on disk. A wrong password is refused.
+// End to end with a third-party ONVIF client (the "onvif" npm package): it
+// connects to `sensorctl serve --onvif` with a user and password, reads
+// video sources, profiles, imaging settings and options, sets brightness,
+// saturation, IR cut filter and WDR, moves the focus and stops it; the test
+// checks the simulated ISP's set calls in the server's activity log
+// (GET /api/log: each ONVIF operation that changes something is a host
+// action with the ISP calls it caused) and the scheme file on disk. A wrong
+// password is refused.
 //
-// Environment: ONVIF_TEST_SERVER (the built onvif_test_server program),
-// TARNIX_DEVICES (the sample device trees, default ../../../devices).
+// Environment: SENSORCTL (the built sensorctl program; when unset, the
+// sensorctl of the build tree that ONVIF_TEST_SERVER names, <build>/tools/
+// sensorctl), TARNIX_DEVICES (the sample device trees, default
+// ../../../devices).
 'use strict';
 
 const test = require('node:test');
 const assert = require('node:assert/strict');
 const fs = require('node:fs');
+const http = require('node:http');
 const os = require('node:os');
 const path = require('node:path');
 const { spawn } = require('node:child_process');
 const { Cam } = require('onvif');
 
-const SERVER = process.env.ONVIF_TEST_SERVER;
+const SENSORCTL =
+  process.env.SENSORCTL ||
+  (process.env.ONVIF_TEST_SERVER &&
+    path.join(path.dirname(process.env.ONVIF_TEST_SERVER), '..', 'tools', 'sensorctl'));
 const DEVICES = process.env.TARNIX_DEVICES || path.join(__dirname, '..', '..', '..', 'devices');
 const USER = 'admin';
 const PASSWORD = 'tarnix-e2e';
@@ -26,33 +34,34 @@ const SCHEME_FILE = 'mnt/mtd/code/config_file/sensor1_0.cfg';
 let root;
 let server;
 let port;
-const ispSets = []; // [channel, command, value] in order
+let logNext = 0;
+const ispSets = []; // [channel, command, value] of the ONVIF operations, in order
 
-// Starts the host on a fresh copy of the box tree; resolves with its port.
+// Starts sensorctl serve --onvif on a fresh copy of the box tree, the clock
+// pinned at 12:00; resolves with its port.
 function startServer() {
   root = fs.mkdtempSync(path.join(os.tmpdir(), 'tarnix-onvif-e2e-'));
   fs.cpSync(path.join(DEVICES, 'box'), root, { recursive: true });
-  server = spawn(SERVER, ['--root', root, '--user', USER, '--password', PASSWORD], {
-    stdio: ['pipe', 'pipe', 'inherit'],
+  const env = Object.fromEntries(Object.entries(process.env).filter(([k]) => !k.startsWith('TARNIX_')));
+  const args = ['--root', root, '--clock', '12:00', 'serve', '--port', '0', '--onvif'];
+  server = spawn(SENSORCTL, [...args, '--onvif-user', USER, '--onvif-password', PASSWORD], {
+    stdio: ['ignore', 'pipe', 'inherit'],
+    env,
   });
   return new Promise((resolve, reject) => {
     let buffered = '';
-    const timer = setTimeout(() => reject(new Error('the test server did not start')), 20000);
-    server.on('exit', (code) => reject(new Error(`the test server exited with ${code}`)));
+    const timer = setTimeout(() => reject(new Error('sensorctl serve did not start')), 20000);
+    server.on('exit', (code) => reject(new Error(`sensorctl serve exited with ${code}`)));
     server.stdout.on('data', (chunk) => {
       buffered += chunk.toString();
       let nl;
       while ((nl = buffered.indexOf('\n')) >= 0) {
         const line = buffered.slice(0, nl);
         buffered = buffered.slice(nl + 1);
-        const listening = /^onvif_test_server: listening on 127\.0\.0\.1:(\d+)$/.exec(line);
-        if (listening) {
+        const url = /^http:\/\/127\.0\.0\.1:(\d+)\/\?token=[0-9a-f]{32}$/.exec(line);
+        if (url) {
           clearTimeout(timer);
-          resolve(Number(listening[1]));
-        }
-        const set = /^isp set (\d+) (\d+) (-?\d+)$/.exec(line);
-        if (set) {
-          ispSets.push([Number(set[1]), Number(set[2]), Number(set[3])]);
+          resolve(Number(url[1]));
         }
       }
     });
@@ -67,8 +76,37 @@ function stopServer() {
     }
     server.removeAllListeners('exit');
     server.on('exit', resolve);
-    server.stdin.end();
+    server.kill('SIGTERM');
   });
+}
+
+// GET of a JSON document of the settings page's API.
+function getJson(pathAndQuery) {
+  return new Promise((resolve, reject) => {
+    http
+      .get({ host: '127.0.0.1', port, path: pathAndQuery }, (res) => {
+        let body = '';
+        res.on('data', (chunk) => (body += chunk));
+        res.on('end', () => (res.statusCode === 200 ? resolve(JSON.parse(body)) : reject(new Error(body))));
+      })
+      .on('error', reject);
+  });
+}
+
+// Reads the activity log on from where the last read ended and keeps the
+// ISP sets of the ONVIF actions.
+async function readLog() {
+  const log = await getJson(`/api/log?since=${logNext}`);
+  for (const entry of log.entries) {
+    if (entry.kind === 'action' && entry.action.startsWith('onvif ')) {
+      for (const call of entry.isp) {
+        if (call.opt === 'set') {
+          ispSets.push([call.channel, call.cmd, call.values.length > 0 ? call.values[0] : 0]);
+        }
+      }
+    }
+  }
+  logNext = log.next;
 }
 
 // Promise form of a callback method of the client.
@@ -97,19 +135,27 @@ function setsOf(command) {
   return ispSets.filter((s) => s[1] === command).map((s) => s[2]);
 }
 
-// Waits until the host's report (its stdout, read in order) satisfies done.
+// Waits until the ONVIF actions' ISP sets satisfy done.
 async function waitFor(done, what) {
   const deadline = Date.now() + 20000;
+  await readLog();
   while (!done()) {
     if (Date.now() > deadline) {
       throw new Error(`timed out waiting for ${what}; ISP sets so far: ${JSON.stringify(ispSets)}`);
     }
     await new Promise((resolve) => setTimeout(resolve, 10));
+    await readLog();
   }
 }
 
+// Forgets the sets seen so far (and everything logged before now).
+async function clearSets() {
+  await readLog();
+  ispSets.length = 0;
+}
+
 test.before(async () => {
-  assert.ok(SERVER, 'ONVIF_TEST_SERVER must name the built onvif_test_server');
+  assert.ok(SENSORCTL, 'SENSORCTL must name the built sensorctl');
   port = await startServer();
 });
 
@@ -151,7 +197,7 @@ test('reads imaging settings and options as the box camera offers them', async (
 
 test('sets brightness, saturation, IR cut filter and WDR', async () => {
   const cam = await connect(PASSWORD);
-  ispSets.length = 0;
+  await clearSets();
   await call(cam, 'setImagingSettings', { brightness: 65, colorSaturation: 40, irCutFilter: 'OFF' });
   // The client has no WDR argument: the same request, written here, through
   // the client's own transport and security header.
@@ -165,7 +211,7 @@ test('sets brightness, saturation, IR cut filter and WDR', async () => {
       '</WideDynamicRange></ImagingSettings></SetImagingSettings>' +
       cam._envelopeFooter(),
   });
-  // The WDR request comes last; the report of the first one precedes it.
+  // Each operation's sets are in the log once it has answered.
   await waitFor(() => setsOf(2369).length > 0, 'the WDR strength');
   // The simulated ISP got each value once (ISP channel 0).
   assert.deepEqual(setsOf(34), [65]);
@@ -188,7 +234,7 @@ test('sets brightness, saturation, IR cut filter and WDR', async () => {
 
 test('a value outside the options is refused and nothing is applied', async () => {
   const cam = await connect(PASSWORD);
-  ispSets.length = 0;
+  await clearSets();
   await assert.rejects(call(cam, 'setImagingSettings', { brightness: 30, colorSaturation: 400 }), /outside 0 \.\. 100/);
   // A valid set afterwards marks the end of whatever the refused one caused.
   await call(cam, 'setImagingSettings', { brightness: 66 });
@@ -206,7 +252,7 @@ test('a focus move followed by stop reaches the lens commands', async () => {
   const cam = await connect(PASSWORD);
   const moveOptions = await call(cam, 'imagingGetMoveOptions', {});
   assert.ok(moveOptions !== undefined);
-  ispSets.length = 0;
+  await clearSets();
   await call(cam, 'imagingMove', { continuous: { speed: 0.5 } });
   await call(cam, 'imagingStop', {});
   await waitFor(() => ispSets.length >= 4, 'four lens commands');

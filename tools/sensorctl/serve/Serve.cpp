@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cstdio>
+#include <memory>
 
 #include "tools/sensorctl/Device.h"
 #include "tools/sensorctl/LibraryConsole.h"
@@ -14,6 +15,10 @@
 #include "tools/sensorctl/serve/ActivityLog.h"
 #include "tools/sensorctl/serve/LiveChannel.h"
 #include "tools/sensorctl/serve/SettingsServer.h"
+#ifdef SENSORCTL_WITH_ONVIF
+#include "onvif/OnvifService.h"
+#include "tools/sensorctl/serve/OnvifModule.h"
+#endif
 
 namespace sensorctl {
 
@@ -47,6 +52,12 @@ private:
 } // namespace
 
 int runServe(const Options& p_stOptions) {
+#ifndef SENSORCTL_WITH_ONVIF
+    if (p_stOptions.onvif) {
+        runtimeError("this sensorctl was built without the ONVIF services (configure with -DTARNIX_WITH_ONVIF=ON; "
+                     "they need libssl-dev)");
+    }
+#endif
     // Every thread started from here on (sensor thread, watch, HTTP workers)
     // inherits the blocked mask; this thread takes the signals with sigwait.
     BlockedSignals signals;
@@ -70,9 +81,26 @@ int runServe(const Options& p_stOptions) {
                          return nlohmann::json{{"result", true}};
                      });
         }
+#ifdef SENSORCTL_WITH_ONVIF
+        // Declared before the server: it must outlive the routes that use it.
+        std::unique_ptr<tarnix::onvif::OnvifService> onvif;
+        if (p_stOptions.onvif) {
+            onvif = serve::makeOnvifService(live, {p_stOptions.onvifUser, p_stOptions.onvifPassword});
+        }
+#endif
         serve::SettingsServer server(live, config);
+#ifdef SENSORCTL_WITH_ONVIF
+        if (onvif) {
+            server.addRoutes(serve::onvifRoutes(*onvif));
+        }
+#endif
         int nPort = server.bind();
         int nScheme = live.state().value("scheme", -1);
+        if (p_stOptions.onvif) {
+            say("serve: ONVIF services on port %d at /onvif/device_service (%s)", nPort,
+                p_stOptions.onvifUser.empty() ? "no user: operations are not authenticated"
+                                              : ("user " + p_stOptions.onvifUser).c_str());
+        }
         say("serve: channel %d of %s, scheme %d; settings page on %s port %d (Ctrl-C stops):", device.cameraId(),
             device.root().c_str(), nScheme, config.bind.c_str(), nPort);
         std::fprintf(ownStream(), "%s\n", server.url().c_str());
