@@ -10,7 +10,8 @@ python3-selenium, used through /usr/bin/python3):
     of command 34 with that value in the activity panel and the API reports
     it; choosing a scheme updates the status bar; a time-plan switch caused
     through the fake clock updates the shown values; a malformed request sent
-    from the page's console shows the server's error; a screenshot is saved;
+    from the page's console shows the server's error; a value the ISP
+    corrects is shown corrected; a screenshot is saved;
   * every sample tree (box, dome, thermal, lpr, fisheye): the page shows all
     tabs and items, and the browser logs no error.
 
@@ -332,6 +333,17 @@ def box_scenario(browser, server, out_dir):
     check("bad parameter text" in shown, "the console shows %r" % shown)
     check(shown_value(browser, 34) == "80", "brightness changed by a malformed request")
     print("box: malformed console request shows: " + shown)
+
+    # A value the ISP corrects: the box's ISP offers 2 to 22 for the slowest
+    # shutter (item 49); 0 is applied as sent and the page shows what the
+    # corrected read gives.
+    text.clear()
+    text.send_keys("(49,0)")
+    browser.find_element(By.ID, "console-send").click()
+    wait_for(browser, "the console to show the applied record",
+             lambda b: "HTTP 200: result 0" in b.find_element(By.ID, "console-out").text)
+    wait_for(browser, "the slowest shutter shown corrected to 2", lambda b: shown_value(b, 49) == "2")
+    print("box: (49,0) sent from the console, the page shows the ISP's corrected 2")
 
     problems = console_problems(browser, allowed_network=[r"/api/parameters .*400"])
     check(not problems, "box: browser console:\n  " + "\n  ".join(problems))
