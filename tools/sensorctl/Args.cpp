@@ -15,10 +15,17 @@ namespace {
 const char* const kValueOptions[] = {"root", "channel", "clock", "time-scale", "model", "devices",
                                      "out",  "style",   "diversity", "detail", "bind", "port",
                                      "onvif-user", "onvif-password"};
+// Options of the replays (timeline, explain) that take a value.
+const char* const kReplayValueOptions[] = {"from", "to", "days", "step", "daynight", "svg", "json", "at"};
 const char* const kFlagOptions[] = {"log", "help", "summary", "verbose", "onvif"};
 
 bool isValueOption(const std::string& p_strName) {
     for (const char* name : kValueOptions) {
+        if (p_strName == name) {
+            return true;
+        }
+    }
+    for (const char* name : kReplayValueOptions) {
         if (p_strName == name) {
             return true;
         }
@@ -91,6 +98,32 @@ void setOption(Options& p_stOptions, const std::string& p_strName, const std::st
         p_stOptions.log = true;
     } else if (p_strName == "verbose") {
         p_stOptions.verbose = true;
+    } else if (p_strName == "from" || p_strName == "to" || p_strName == "at") {
+        int nHour = 0;
+        int nMinute = 0;
+        const bool bEndOfDay = p_strName == "to" && p_strValue == "24:00";
+        if (!bEndOfDay && !parseClockText(p_strValue, nHour, nMinute)) {
+            usageError("--" + p_strName + " needs HH:MM (00:00 to 23:59" + (p_strName == "to" ? ", or 24:00" : "") +
+                       "), got '" + p_strValue + "'");
+        }
+        if (p_strName == "at") {
+            p_stOptions.atHour = nHour;
+            p_stOptions.atMinute = nMinute;
+        } else if (p_strName == "from") {
+            p_stOptions.fromMinute = nHour * 60 + nMinute;
+        } else {
+            p_stOptions.toMinute = bEndOfDay ? 24 * 60 : nHour * 60 + nMinute;
+        }
+    } else if (p_strName == "days") {
+        p_stOptions.days = static_cast<int>(integerArg(p_strValue, 1, 31, "--days (1 to 31)"));
+    } else if (p_strName == "step") {
+        p_stOptions.stepMinutes = static_cast<int>(integerArg(p_strValue, 1, 1440, "--step (1 to 1440 minutes)"));
+    } else if (p_strName == "daynight" || p_strName == "svg" || p_strName == "json") {
+        if (p_strValue.empty()) {
+            usageError("--" + p_strName + " needs a file name");
+        }
+        (p_strName == "daynight" ? p_stOptions.dayNightFile
+                                 : p_strName == "svg" ? p_stOptions.svgFile : p_stOptions.jsonFile) = p_strValue;
     } else if (p_strName == "help") {
         p_stOptions.help = true;
     } else if (p_strName == "summary") {

@@ -35,6 +35,17 @@ struct Options {
     std::string onvifUser;            // --onvif-user U (serve --onvif)
     std::string onvifPassword;        // --onvif-password P (serve --onvif)
 
+    // Replays of the scheme decisions (timeline, explain).
+    int fromMinute = 0;               // --from HH:MM (timeline)
+    int toMinute = 24 * 60;           // --to HH:MM, 24:00 allowed (timeline)
+    int days = 1;                     // --days N (timeline)
+    int stepMinutes = 1;              // --step MIN (timeline)
+    std::string dayNightFile;         // --daynight FILE (timeline)
+    std::string svgFile;              // --svg FILE (timeline)
+    std::string jsonFile;             // --json FILE (timeline, explain)
+    int atHour = -1;                  // --at HH:MM (explain)
+    int atMinute = -1;
+
     bool has(const std::string& p_strName) const { return given.count(p_strName) != 0; }
 };
 

@@ -12,8 +12,10 @@
 #include "config/FactoryDefaults.h"
 #include "config/StyleXml.h"
 #include "config/sensor.h"
+#include "tools/sensorctl/Explain.h"
 #include "tools/sensorctl/KeyNames.h"
 #include "tools/sensorctl/Output.h"
+#include "tools/sensorctl/Timeline.h"
 
 namespace sensorctl {
 
@@ -53,6 +55,22 @@ const CommandHelp kHelp[] = {
      "set, up and down also store the current scheme (flush)."},
     {"zoom", "zoom [in|out|set POS]", "show the zoom position and ratio, or move the zoom", ""},
     {"check", "check '(a,b,c)'", "raw ISP check (command 2816); with b = 2 the ISP's answer is printed", ""},
+    {"timeline",
+     "timeline [--from HH:MM] [--to HH:MM] [--days N] [--step MIN] [--daynight FILE] [--svg FILE] [--json FILE]",
+     "replay the device clock through a day and show when and why the scheme switches",
+     "Moves the fake clock from --from (default 00:00) to --to (default 24:00) in steps of --step minutes\n"
+     "(default 1), --days times (default 1, at most 31), and lets one sensor-thread pass decide at every\n"
+     "step. --daynight FILE sets the simulated ISP's day/night state from lines 'HH:MM day|night'\n"
+     "(the sample trees ship isp/daynight.txt). Prints the scheme at the start, one line per change\n"
+     "(time, from, to, forced or differential, ISP calls, reason, keys whose values differ) and a\n"
+     "summary: switches, flips within 5 minutes of the switch before, time in each scheme. --json\n"
+     "writes the same as JSON, --svg a chart. Nothing of the device root is changed; in the shell the\n"
+     "clock, the day/night state and the mode are put back afterwards."},
+    {"explain", "explain [--at HH:MM] [--json FILE]", "say why the scheme in force at a moment is the one it is",
+     "Lets one sensor-thread pass decide at --at (default: the clock as it is) and explains its decision\n"
+     "record: the policy in force, the day/night state, every scheme's window and whether it holds\n"
+     "the time, the plate-recognition state and the resulting scheme. --json writes the record and\n"
+     "the sentences as JSON. Nothing of the device root is changed."},
     {"shell", "shell", "run commands from stdin on one live controller with its sensor thread running",
      "Besides the controller commands: clock HH:MM|off (fake clock), daynight day|night (the simulated\n"
      "ISP's day/night state), wait N (N sensor-thread passes), log (ISP calls and video notifications\n"
@@ -76,7 +94,7 @@ const CommandHelp kHelp[] = {
 
 const char* const kControllerCommands[] = {"set",   "apply", "flush",   "get",     "all",  "style", "factory",
                                            "scheme", "mode", "restore", "reset",   "range", "shutter", "zoom",
-                                           "check"};
+                                           "check", "timeline", "explain"};
 
 // "(k,v)(k,v)..." of the library's text form, read back into records.
 std::vector<KeyVal> parseRecords(const std::string& p_strText) {
@@ -496,9 +514,17 @@ bool isControllerCommand(const std::string& p_strName) {
     return false;
 }
 
+bool isReplayCommand(const std::string& p_strName) { return p_strName == "timeline" || p_strName == "explain"; }
+
 std::vector<std::string> controllerCommandOptions(const std::string& p_strName) {
     if (p_strName == "style") {
         return {"summary", "out"};
+    }
+    if (p_strName == "timeline") {
+        return {"from", "to", "days", "step", "daynight", "svg", "json"};
+    }
+    if (p_strName == "explain") {
+        return {"at", "json"};
     }
     return {};
 }
@@ -557,6 +583,14 @@ void checkControllerArgs(const Options& p_stOptions) {
     } else if (cmd == "check") {
         expectArgs(p_stOptions, 1, 1, 1, "check '(a,b,c)'");
         checkTextArg(w[1]);
+    } else if (cmd == "timeline") {
+        expectArgs(p_stOptions, 1, 0, 0, "timeline [--from HH:MM] [--to HH:MM] [--days N] [--step MIN] ...");
+        if (p_stOptions.fromMinute >= p_stOptions.toMinute) {
+            usageError(format("--from %s must come before --to %s", minuteText(p_stOptions.fromMinute).c_str(),
+                              minuteText(p_stOptions.toMinute).c_str()));
+        }
+    } else if (cmd == "explain") {
+        expectArgs(p_stOptions, 1, 0, 0, "explain [--at HH:MM] [--json FILE]");
     } else {
         usageError("unknown command '" + cmd + "'");
     }
@@ -607,6 +641,10 @@ void runControllerCommand(Session& p_objSession, const Options& p_stOptions) {
     } else if (cmd == "check") {
         expectArgs(p_stOptions, 1, 1, 1, "check '(a,b,c)'");
         cmdCheck(p_objSession, p_stOptions.words[1]);
+    } else if (cmd == "timeline") {
+        runTimeline(p_objSession, p_stOptions);
+    } else if (cmd == "explain") {
+        runExplain(p_objSession, p_stOptions);
     } else {
         usageError("unknown command '" + cmd + "'");
     }

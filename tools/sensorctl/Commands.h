@@ -23,6 +23,9 @@ void printCommandHelp(const CommandHelp& p_stHelp);
 
 // True for the commands that act on a live controller.
 bool isControllerCommand(const std::string& p_strName);
+// True for the commands that replay the clock (timeline, explain): they
+// leave the device root as it was, the simulated ISP's kept state included.
+bool isReplayCommand(const std::string& p_strName);
 // Options a controller command accepts besides the global ones.
 std::vector<std::string> controllerCommandOptions(const std::string& p_strName);
 // Checks the arguments of a controller command before anything runs.

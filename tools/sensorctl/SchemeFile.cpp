@@ -14,6 +14,7 @@
 #include "tools/sensorctl/Commands.h"
 #include "tools/sensorctl/KeyNames.h"
 #include "tools/sensorctl/Output.h"
+#include "tools/sensorctl/SchemeFile.h"
 
 namespace sensorctl {
 
@@ -129,6 +130,8 @@ void diff(const std::string& p_strA, const std::string& p_strB) {
 }
 
 } // namespace
+
+std::vector<KeyVal> readSchemeRecords(const std::string& p_strHostPath) { return readSchemeFile(p_strHostPath).records; }
 
 void runCfg(const Options& p_stOptions, const std::string& p_strRoot) {
     expectArgs(p_stOptions, 1, 1, 3, "cfg dump FILE | cfg diff A B");

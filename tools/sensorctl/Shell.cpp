@@ -27,6 +27,7 @@ void printShellHelp() {
     say("  set TEXT | apply TEXT | flush | get IDS | all | style [--summary] | factory");
     say("  scheme [N] | mode [0|1] | restore KEY | reset | range CMD | shutter get|set N|up|down");
     say("  zoom [in|out|set POS] | check (a,b,c) | cfg dump FILE | cfg diff A B");
+    say("  timeline [--from HH:MM] [--to HH:MM] [--step MIN] [--daynight FILE] ... | explain [--at HH:MM]");
     say("  clock HH:MM|off   fix the device clock (the scheme schedule reads it)");
     say("  daynight day|night   set the simulated ISP's day/night state");
     say("  wait N            let N sensor-thread passes go by");
@@ -55,6 +56,15 @@ void shellHelp(const Options& p_stOptions) {
         usageError("no help for '" + name + "'");
     }
     printCommandHelp(*help);
+}
+
+// The device clock as the shell set it (real time when it set none).
+void restoreShellClock(const ShellState& p_stState) {
+    if (p_stState.clockFixed) {
+        platform::setClock(p_stState.hour, p_stState.minute);
+    } else {
+        platform::clearClock();
+    }
 }
 
 void shellClock(ShellState& p_stState, const Options& p_stOptions) {
@@ -128,6 +138,16 @@ void runShellCommand(Session& p_objSession, ShellState& p_stState, const Options
         runCfg(p_stOptions, p_objSession.device().root());
     } else if (cmd == "style" && p_stOptions.words.size() > 1 && p_stOptions.words[1] == "merge") {
         usageError("'style merge' is not available in the shell");
+    } else if (isReplayCommand(cmd)) {
+        allowOnly(p_stOptions, cmd, controllerCommandOptions(cmd));
+        // The replay moves the device clock; the shell's own comes back after it.
+        try {
+            runControllerCommand(p_objSession, p_stOptions);
+        } catch (...) {
+            restoreShellClock(p_stState);
+            throw;
+        }
+        restoreShellClock(p_stState);
     } else if (isControllerCommand(cmd)) {
         allowOnly(p_stOptions, cmd, controllerCommandOptions(cmd));
         runControllerCommand(p_objSession, p_stOptions);

@@ -53,7 +53,9 @@ int runControllerProgram(const Options& p_stOptions) {
             session.printLog();
         }
     }
-    device.saveIspState();
+    if (!isReplayCommand(cmd)) {
+        device.saveIspState();
+    }
     console.finish();
     if (failure) {
         throw *failure;
