@@ -323,6 +323,16 @@ private:
     // row, lowering nSchemeSum (with a report) when the rows cannot be held.
     void allocateSchemeCache();
 
+    // ---- steps of init (controller/Lifecycle.cpp) ----
+    void releaseEarlierInit();
+    void buildSchemeCache(const tarnix::diag::Site& p_stSite);
+    void deleteFilesOfOtherLayout(const tarnix::diag::Site& p_stSite);
+    void readModuleFeatures(const ModuleConfigure& p_objModuleConfigure, const MachineInfo& p_objMachineInfo);
+    void loadSchemeFiles();
+    void createSchemeFile(u32 p_nScheme, std::string& p_strName);
+    void finishLayout(const tarnix::diag::Site& p_stSite);
+    void readVideoModuleOptions(const MachineInfo& p_objMachineInfo);
+
     SysConfig m_stSysConf;
     int m_nCameraID;
     // Taken by the outermost public parameter operation of a thread, always
