@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "config/StyleNesting.h"
+#include "controller/KeyCatalogue.h"
 #include "platform/PXFile.h"
 
 namespace {
@@ -200,10 +201,11 @@ int DeleteNode(TiXmlElement* root, TiXmlElement* node) {
 
 int ModifyNodebyCmdId(TiXmlElement* start, int cmdId) {
     auto visit = [cmdId](TiXmlElement* p_pElement) {
-        // The two list layouts swap places.
-        if (cmdId == 112) {
+        // The highlight and the backlight compensation switch swap their
+        // "enable_list": each item gets the other's id.
+        if (cmdId == tarnix::keys::KEY_HLC_SWITCH) {
             p_pElement->SetAttribute("enable_list", "128");
-        } else if (cmdId == 128) {
+        } else if (cmdId == tarnix::keys::KEY_BLC_SWITCH) {
             p_pElement->SetAttribute("enable_list", "112");
         }
         return 0;

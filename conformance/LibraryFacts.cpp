@@ -8,6 +8,7 @@
 
 #include "config/sensor.h"
 #include "controller/ISensorController.h"
+#include "controller/KeyCatalogue.h"
 #include "controller/KeyCmdRows.h"
 #include "handlers/ParamRange.h"
 #include "handlers/ShutterList.h"
@@ -117,23 +118,21 @@ size_t recordWords(RowKind p_eKind) {
 
 size_t valueWordOf(uint32_t p_nCmd) {
     // doDNThr and doDNTime send the whole record and fill the key's own
-    // field from the key: KEY_DTN_THR 145, KEY_NTD_THR 146,
-    // KEY_DN_SENSITIVITY 154; KEY_DTN_H 149, KEY_DTN_M 150, KEY_NTD_H 151,
-    // KEY_NTD_M 152.
+    // field from the key.
     switch (p_nCmd) {
-    case 145:
+    case tarnix::keys::KEY_DTN_THR:
         return offsetof(dn_thr_st, d2n_thr) / sizeof(uint32_t);
-    case 146:
+    case tarnix::keys::KEY_NTD_THR:
         return offsetof(dn_thr_st, n2d_thr) / sizeof(uint32_t);
-    case 154:
+    case tarnix::keys::KEY_DN_SENSITIVITY:
         return offsetof(dn_thr_st, dn_sensitivity) / sizeof(uint32_t);
-    case 149:
+    case tarnix::keys::KEY_DTN_H:
         return offsetof(dn_time_st, d2n_hour) / sizeof(uint32_t);
-    case 150:
+    case tarnix::keys::KEY_DTN_M:
         return offsetof(dn_time_st, d2n_min) / sizeof(uint32_t);
-    case 151:
+    case tarnix::keys::KEY_NTD_H:
         return offsetof(dn_time_st, n2d_hour) / sizeof(uint32_t);
-    case 152:
+    case tarnix::keys::KEY_NTD_M:
         return offsetof(dn_time_st, n2d_min) / sizeof(uint32_t);
     default:
         return 0;

@@ -4,43 +4,27 @@
 #include <cstddef>
 
 #include "controller/ISensorController.h"
+#include "controller/KeyCatalogue.h"
 #include "controller/LockRank.h"
 #include "controller/ParamLock.h"
 #include "controller/SensorDebug.h"
 
+using namespace tarnix::keys;
+
 namespace {
 
-const int kKeyDNMode = 144;
-const int kKeyWdrMode = 2368;
-const int kKeyWdrStrg = 2369;
-const int kKeyHlcSwitch = 112;
-const int kKeyHlcStrg = 113;
-const int kKeyBlcSwitch = 128;
-const int kKeyBlcStrg = 130;
-const int kKeyDefogSwitch = 2400;
-const int kKeyDefogStrg = 2401;
-const int kKey2DNrSwitch = 2304;
-const int kKey2DNrMode = 2305;
-const int kKey2DNrStrgA = 2306;
-const int kKey2DNrStrgM = 2307;
-const int kKey3DNrSwitch = 2308;
-const int kKey3DNrMode = 2309;
-const int kKey3DNrStrgA = 2312;
-const int kKey3DNrStrgM = 2313;
-const int kKeyBeaway = 2385;
-const int kKeyMirror = 2384;
-
-// IR keys that answer -1 instead of asking the ISP when they are not cached:
-// KEY_IR_SWITCH, KEY_IR_MODE, KEY_IR_MANUAL_STRG_NEAR, _MEDIUM and _FAR, as a
-// bit mask over the keys 160 to 167.
-const int kIrKeyBase = 160;
-const unsigned int kIrUncachedMask = 0xAB;
-
+// IR keys that answer -1 instead of asking the ISP when they are not cached.
 bool isUncachedIrKey(int p_nKey) {
-    if (p_nKey < kIrKeyBase || p_nKey > kIrKeyBase + 7) {
+    switch (p_nKey) {
+    case KEY_IR_SWITCH:
+    case KEY_IR_MODE:
+    case KEY_IR_MANUAL_STRG_NEAR:
+    case KEY_IR_MANUAL_STRG_MEDIUM:
+    case KEY_IR_MANUAL_STRG_FAR:
+        return true;
+    default:
         return false;
     }
-    return ((kIrUncachedMask >> (p_nKey - kIrKeyBase)) & 1u) != 0;
 }
 
 } // namespace
@@ -70,7 +54,7 @@ bool ISensorController::getParameter(int p_nKey, int& p_nVal) {
     // Read from the ISP; the value read is not cached. A failed read leaves
     // the output as the ISP left it. The key comes from the host and some
     // commands answer with a whole record; the value is the first word.
-    u32 aValue[SNS_VALUE_BUFFER_WORDS] = {};
+    u32 aValue[tarnix::kValueBufferWords] = {};
     aValue[0] = static_cast<u32>(p_nVal);
     int nRet = doIaCmd(static_cast<unsigned int>(p_nKey), IA_CMD_OPT_GET, aValue);
     p_nVal = static_cast<int>(aValue[0]);
@@ -81,118 +65,118 @@ bool ISensorController::getParameter(int p_nKey, int& p_nVal) {
 
 bool ISensorController::getDNMode(int& v) {
     // Always reports success, whatever the read gave.
-    getParameter(kKeyDNMode, v);
+    getParameter(KEY_DN_MODE, v);
     return true;
 }
 
 bool ISensorController::setDNMode(int v) {
-    return setParameter(kKeyDNMode, v, true) == SNS_SUCCESS;
+    return setParameter(KEY_DN_MODE, v, true) == SNS_SUCCESS;
 }
 
 bool ISensorController::getWDRSwitch(int& v) {
-    return getParameter(kKeyWdrMode, v);
+    return getParameter(KEY_WDR_MODE, v);
 }
 bool ISensorController::setWDRSwitch(int& v) {
-    return setParameter(kKeyWdrMode, v, true) == SNS_SUCCESS;
+    return setParameter(KEY_WDR_MODE, v, true) == SNS_SUCCESS;
 }
 bool ISensorController::getWDRStrength(int& v) {
-    return getParameter(kKeyWdrStrg, v);
+    return getParameter(KEY_WDR_STRG, v);
 }
 bool ISensorController::setWDRStrength(int& v) {
-    return setParameter(kKeyWdrStrg, v, true) == SNS_SUCCESS;
+    return setParameter(KEY_WDR_STRG, v, true) == SNS_SUCCESS;
 }
 bool ISensorController::getHLCSwitch(int& v) {
-    return getParameter(kKeyHlcSwitch, v);
+    return getParameter(KEY_HLC_SWITCH, v);
 }
 bool ISensorController::setHLCSwitch(int& v) {
-    return setParameter(kKeyHlcSwitch, v, true) == SNS_SUCCESS;
+    return setParameter(KEY_HLC_SWITCH, v, true) == SNS_SUCCESS;
 }
 bool ISensorController::getHLCStrength(int& v) {
-    return getParameter(kKeyHlcStrg, v);
+    return getParameter(KEY_HLC_STRG, v);
 }
 bool ISensorController::setHLCStrength(int& v) {
-    return setParameter(kKeyHlcStrg, v, true) == SNS_SUCCESS;
+    return setParameter(KEY_HLC_STRG, v, true) == SNS_SUCCESS;
 }
 bool ISensorController::getBLCSwitch(int& v) {
-    return getParameter(kKeyBlcSwitch, v);
+    return getParameter(KEY_BLC_SWITCH, v);
 }
 bool ISensorController::setBLCSwitch(int& v) {
-    return setParameter(kKeyBlcSwitch, v, true) == SNS_SUCCESS;
+    return setParameter(KEY_BLC_SWITCH, v, true) == SNS_SUCCESS;
 }
 bool ISensorController::getBLCStrength(int& v) {
-    return getParameter(kKeyBlcStrg, v);
+    return getParameter(KEY_BLC_STRG, v);
 }
 bool ISensorController::setBLCStrength(int& v) {
-    return setParameter(kKeyBlcStrg, v, true) == SNS_SUCCESS;
+    return setParameter(KEY_BLC_STRG, v, true) == SNS_SUCCESS;
 }
 bool ISensorController::getDefogSwitch(int& v) {
-    return getParameter(kKeyDefogSwitch, v);
+    return getParameter(KEY_DEFLG_SWITCH, v);
 }
 bool ISensorController::setDefogSwitch(int& v) {
-    return setParameter(kKeyDefogSwitch, v, true) == SNS_SUCCESS;
+    return setParameter(KEY_DEFLG_SWITCH, v, true) == SNS_SUCCESS;
 }
 bool ISensorController::getDefogStrength(int& v) {
-    return getParameter(kKeyDefogStrg, v);
+    return getParameter(KEY_DEFLG_STRG, v);
 }
 bool ISensorController::setDefogStrength(int& v) {
-    return setParameter(kKeyDefogStrg, v, true) == SNS_SUCCESS;
+    return setParameter(KEY_DEFLG_STRG, v, true) == SNS_SUCCESS;
 }
 bool ISensorController::get2DSwitch(int& v) {
-    return getParameter(kKey2DNrSwitch, v);
+    return getParameter(KEY_2D_NR_SWITCH, v);
 }
 bool ISensorController::set2DSwitch(int& v) {
-    return setParameter(kKey2DNrSwitch, v, true) == SNS_SUCCESS;
+    return setParameter(KEY_2D_NR_SWITCH, v, true) == SNS_SUCCESS;
 }
 bool ISensorController::get2DMode(int& v) {
-    return getParameter(kKey2DNrMode, v);
+    return getParameter(KEY_2D_NR_MODE, v);
 }
 bool ISensorController::set2DMode(int& v) {
-    return setParameter(kKey2DNrMode, v, true) == SNS_SUCCESS;
+    return setParameter(KEY_2D_NR_MODE, v, true) == SNS_SUCCESS;
 }
 bool ISensorController::get2DAutoMaxStrength(int& v) {
-    return getParameter(kKey2DNrStrgA, v);
+    return getParameter(KEY_2D_NR_STRG_A, v);
 }
 bool ISensorController::set2DAutoMaxStrength(int& v) {
-    return setParameter(kKey2DNrStrgA, v, true) == SNS_SUCCESS;
+    return setParameter(KEY_2D_NR_STRG_A, v, true) == SNS_SUCCESS;
 }
 bool ISensorController::get2DManualMaxStrength(int& v) {
-    return getParameter(kKey2DNrStrgM, v);
+    return getParameter(KEY_2D_NR_STRG_M, v);
 }
 bool ISensorController::set2DManualMaxStrength(int& v) {
-    return setParameter(kKey2DNrStrgM, v, true) == SNS_SUCCESS;
+    return setParameter(KEY_2D_NR_STRG_M, v, true) == SNS_SUCCESS;
 }
 bool ISensorController::get3DSwitch(int& v) {
-    return getParameter(kKey3DNrSwitch, v);
+    return getParameter(KEY_3D_NR_SWITCH, v);
 }
 bool ISensorController::set3DSwitch(int& v) {
-    return setParameter(kKey3DNrSwitch, v, true) == SNS_SUCCESS;
+    return setParameter(KEY_3D_NR_SWITCH, v, true) == SNS_SUCCESS;
 }
 bool ISensorController::get3DMode(int& v) {
-    return getParameter(kKey3DNrMode, v);
+    return getParameter(KEY_3D_NR_MODE, v);
 }
 bool ISensorController::set3DMode(int& v) {
-    return setParameter(kKey3DNrMode, v, true) == SNS_SUCCESS;
+    return setParameter(KEY_3D_NR_MODE, v, true) == SNS_SUCCESS;
 }
 bool ISensorController::get3DAutoMaxStrength(int& v) {
-    return getParameter(kKey3DNrStrgA, v);
+    return getParameter(KEY_3D_NR_STRG_A, v);
 }
 bool ISensorController::set3DAutoMaxStrength(int& v) {
-    return setParameter(kKey3DNrStrgA, v, true) == SNS_SUCCESS;
+    return setParameter(KEY_3D_NR_STRG_A, v, true) == SNS_SUCCESS;
 }
 bool ISensorController::get3DManualMaxStrength(int& v) {
-    return getParameter(kKey3DNrStrgM, v);
+    return getParameter(KEY_3D_NR_STRG_M, v);
 }
 bool ISensorController::set3DManualMaxStrength(int& v) {
-    return setParameter(kKey3DNrStrgM, v, true) == SNS_SUCCESS;
+    return setParameter(KEY_3D_NR_STRG_M, v, true) == SNS_SUCCESS;
 }
 bool ISensorController::getBeaway(int& v) {
-    return getParameter(kKeyBeaway, v);
+    return getParameter(KEY_BEAWAY, v);
 }
 bool ISensorController::setBeaway(int& v) {
-    return setParameter(kKeyBeaway, v, true) == SNS_SUCCESS;
+    return setParameter(KEY_BEAWAY, v, true) == SNS_SUCCESS;
 }
 bool ISensorController::getMirrorValue(int& v) {
-    return getParameter(kKeyMirror, v);
+    return getParameter(KEY_MIRROR, v);
 }
 
 void ISensorController::setShowWDRFalg(bool show) {

@@ -2,6 +2,7 @@
 // lists to read, and the whole current scheme as text.
 #define SNS_SOURCE_FILE "ISensorController.cpp"
 #include "controller/ISensorController.h"
+#include "controller/KeyCatalogue.h"
 #include "controller/ParamLock.h"
 #include "controller/SensorDebug.h"
 #include "controller/WorkArray.h"
@@ -21,8 +22,8 @@ const u32 kMaxTextRecords = 65536;
 // Source line that the key-list failure message names.
 const int kGetParametersFailLine = 1947;
 
-// Style item whose value decides how getAllParameters reads the scheme.
-const int kKeyMaxShutter = 49;
+// The maximum shutter's style value decides how getAllParameters reads the
+// scheme: from here up the stored file is read as it is.
 const int kMaxShutterPreset = 200;
 
 } // namespace
@@ -84,7 +85,7 @@ bool ISensorController::getAllParameters(std::string& p_strOut) {
     }
 
     int nMaxShutter = kMaxShutterPreset;
-    int nRet = getDnaValbyCmdId(objStyleXmlDoc.FirstChildElement(), kKeyMaxShutter, nMaxShutter);
+    int nRet = getDnaValbyCmdId(objStyleXmlDoc.FirstChildElement(), tarnix::keys::KEY_MAX_SHUTTER, nMaxShutter);
     const u32 nCurScheme = static_cast<u32>(m_nCurScheme.load());
 
     if (nRet == SNS_SUCCESS && nMaxShutter >= kMaxShutterPreset) {

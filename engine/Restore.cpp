@@ -2,6 +2,7 @@
 // file, return the channel to its factory state, and save the current scheme.
 #define SNS_SOURCE_FILE "ISensorController.cpp"
 #include "controller/ISensorController.h"
+#include "controller/KeyCatalogue.h"
 #include "controller/ParamLock.h"
 #include "controller/ApplyGate.h"
 #include "controller/SensorDebug.h"
@@ -16,11 +17,9 @@
 #include "platform/SystemInfoParser.h"
 #include "platform/sy_system.h"
 
-namespace {
+using namespace tarnix::keys;
 
-const int kKeyExposeMode = 16;
-const int kKeyAutoFocusMode = 1536;
-const int kKeyMirror = 2384;
+namespace {
 
 // Time limit, in seconds, of the shell command that deletes the files.
 const int kShellTimeLimit = 30;
@@ -49,13 +48,13 @@ int ISensorController::restore(int p_nKey) {
 }
 
 bool ISensorController::restoreAeMode() {
-    if (m_bHasLens.load() && restore(kKeyAutoFocusMode) != SNS_SUCCESS) {
+    if (m_bHasLens.load() && restore(KEY_AUTO_FOCUS_MODE) != SNS_SUCCESS) {
         return false;
     }
     if (m_bThermal) {
         return true;
     }
-    return restore(kKeyExposeMode) == SNS_SUCCESS;
+    return restore(KEY_EXPOSE_MODE) == SNS_SUCCESS;
 }
 
 bool ISensorController::resetToLastParameters() {
@@ -195,7 +194,7 @@ int ISensorController::flush() {
 }
 
 bool ISensorController::setMirrorMode(int p_nMode) {
-    if (setParameter(kKeyMirror, p_nMode, true) != SNS_SUCCESS) {
+    if (setParameter(KEY_MIRROR, p_nMode, true) != SNS_SUCCESS) {
         return false;
     }
     flush();

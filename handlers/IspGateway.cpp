@@ -2,9 +2,11 @@
 // ends in doIaCmd, which calls ia_ioctrl_v2 on this channel's ISP channel.
 #define SNS_SOURCE_FILE "ISensorController.cpp"
 #include "controller/ISensorController.h"
+#include "controller/KeyCatalogue.h"
 #include "controller/LockRank.h"
 #include "controller/ModuleCall.h"
 #include "handlers/IspCallCount.h"
+#include "platform/DeviceType.h"
 
 int ISensorController::doIaCmd(unsigned int p_nCmd, unsigned int p_nOpt, void* p_pVal) {
     bool bLocked = false;
@@ -15,7 +17,7 @@ int ISensorController::doIaCmd(unsigned int p_nCmd, unsigned int p_nOpt, void* p
     }
     // A locked lens silently accepts and ignores the lens commands
     // (auto-focus, focus, zoom, lens reset).
-    if (bLocked && p_nCmd >= 1536 && p_nCmd <= 1616) {
+    if (bLocked && p_nCmd >= IA_CMD_AUTO_FOCUS_MODE && p_nCmd <= IA_CMD_LENS_RESET) {
         return 0;
     }
     tarnix::countIspCall();
@@ -36,7 +38,7 @@ int ISensorController::doIaCmd_User(unsigned int p_nCmd, unsigned int p_nOpt, vo
     if (testFlag(BULK_APPLY_MASK)) {
         return 0;
     }
-    if (p_nCmd != 1539) {
+    if (p_nCmd != IA_CMD_AUTO_FOCUS_ONCE) {
         return doIaCmd(p_nCmd, p_nOpt, p_pVal);
     }
     if (!m_bHasLens) {
@@ -49,11 +51,11 @@ int ISensorController::doIaCmd_User(unsigned int p_nCmd, unsigned int p_nOpt, vo
 }
 
 int ISensorController::doIoCrtl(unsigned int p_nCmd, unsigned int, void*) {
-    if (p_nCmd == 8104) {
+    if (p_nCmd == tarnix::keys::KEY_MIXSTREAM_THERMAL_TO_VISION_SYNC_FOV) {
         // The field-of-view sync always runs on channel 1's sensor thread,
         // whichever channel received the key. The key goes first: a pass
         // that sees the channel mark finds the key already posted.
-        m_nPassKeycmd = 8104;
+        m_nPassKeycmd = tarnix::keys::KEY_MIXSTREAM_THERMAL_TO_VISION_SYNC_FOV;
         m_nChanneldDosomething = 1;
     }
     return 0;
@@ -70,7 +72,8 @@ int ISensorController::notifyToVideo(int p_nKey, int p_nVal) {
     if (pModule == nullptr) {
         return 0;
     }
-    int nChannel = m_objMachineInfo.getDeviceType() == 13 ? 1 : m_nCameraID;
+    // The two-sensor thermal model drives channel 2 and names it channel 1.
+    int nChannel = m_objMachineInfo.getDeviceType() == DeviceType::THERMAL_DOUBLE_SENSOR_DEVICE ? 1 : m_nCameraID;
     // The module may call back into any controller from here.
     tarnix::ModuleCall objModuleCall(this);
     return pModule->notifySensorParam(nChannel, p_nKey, p_nVal);

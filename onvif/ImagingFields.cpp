@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "controller/KeyCatalogue.h"
+
 namespace tarnix {
 namespace onvif {
 
@@ -19,6 +21,8 @@ const int kShutterDenominators[] = {1,   2,   3,   6,    12,   25,   30,   50,  
 const double kNearLimitMetres[] = {0.1, 0.3, 0.5, 1.0, 1.5, 2.0, 3.0, 5.0, 10.0};
 
 #define ENTRIES(table) table, sizeof(table) / sizeof(table[0])
+// A key of the catalogue: its id and its name.
+#define KEY(name) tarnix::keys::name, #name
 
 // KEY_EXPOSE_MODE: auto, manual, and the three priority modes, in which the
 // camera still regulates exposure on its own.
@@ -48,52 +52,52 @@ std::vector<ImagingField> buildTable() {
     static const std::string noiseLevel = ext3 + "NoiseReduction/Level";
     static const std::string noiseLevelOpt = ext3 + "NoiseReductionOptions/Level";
     return {
-        {"BacklightCompensation/Mode", "BacklightCompensation/Mode", 128, "KEY_BLC_SWITCH", Conversion::Enumeration,
+        {"BacklightCompensation/Mode", "BacklightCompensation/Mode", KEY(KEY_BLC_SWITCH), Conversion::Enumeration,
          ENTRIES(kOffOn), true},
-        {"BacklightCompensation/Level", "BacklightCompensation/Level", 130, "KEY_BLC_STRG", Conversion::Number,
+        {"BacklightCompensation/Level", "BacklightCompensation/Level", KEY(KEY_BLC_STRG), Conversion::Number,
          nullptr, 0, false},
-        {"Brightness", "Brightness", 34, "KEY_BRIGHTNESS", Conversion::Number, nullptr, 0, false},
-        {"ColorSaturation", "ColorSaturation", 2337, "KEY_SATURATION", Conversion::Number, nullptr, 0, false},
-        {"Contrast", "Contrast", 2353, "KEY_CONTRAST", Conversion::Number, nullptr, 0, false},
-        {"Exposure/Mode", "Exposure/Mode", 16, "KEY_EXPOSE_MODE", Conversion::Enumeration, ENTRIES(kExposureModes),
+        {"Brightness", "Brightness", KEY(KEY_BRIGHTNESS), Conversion::Number, nullptr, 0, false},
+        {"ColorSaturation", "ColorSaturation", KEY(KEY_SATURATION), Conversion::Number, nullptr, 0, false},
+        {"Contrast", "Contrast", KEY(KEY_CONTRAST), Conversion::Number, nullptr, 0, false},
+        {"Exposure/Mode", "Exposure/Mode", KEY(KEY_EXPOSE_MODE), Conversion::Enumeration, ENTRIES(kExposureModes),
          true},
-        {"Exposure/MinExposureTime", "Exposure/MinExposureTime", 51, "KEY_MIN_SHUTTER", Conversion::ShutterTime,
+        {"Exposure/MinExposureTime", "Exposure/MinExposureTime", KEY(KEY_MIN_SHUTTER), Conversion::ShutterTime,
          nullptr, 0, false},
-        {"Exposure/MaxExposureTime", "Exposure/MaxExposureTime", 49, "KEY_MAX_SHUTTER", Conversion::ShutterTime,
+        {"Exposure/MaxExposureTime", "Exposure/MaxExposureTime", KEY(KEY_MAX_SHUTTER), Conversion::ShutterTime,
          nullptr, 0, false},
-        {"Exposure/MaxGain", "Exposure/MaxGain", 65, "KEY_MAX_GAIN", Conversion::Number, nullptr, 0, false},
-        {"Exposure/ExposureTime", "Exposure/ExposureTime", 50, "KEY_FIX_SHUTTER", Conversion::ShutterTime, nullptr,
+        {"Exposure/MaxGain", "Exposure/MaxGain", KEY(KEY_MAX_GAIN), Conversion::Number, nullptr, 0, false},
+        {"Exposure/ExposureTime", "Exposure/ExposureTime", KEY(KEY_FIX_SHUTTER), Conversion::ShutterTime, nullptr,
          0, false},
-        {"Exposure/Gain", "Exposure/Gain", 66, "KEY_FIX_GAIN", Conversion::Number, nullptr, 0, false},
-        {"Exposure/Iris", "Exposure/Iris", 82, "KEY_IRIS_POSITION", Conversion::FNumber, nullptr, 0, false},
-        {"Focus/AutoFocusMode", "Focus/AutoFocusModes", 1536, "KEY_AUTO_FOCUS_MODE", Conversion::Enumeration,
+        {"Exposure/Gain", "Exposure/Gain", KEY(KEY_FIX_GAIN), Conversion::Number, nullptr, 0, false},
+        {"Exposure/Iris", "Exposure/Iris", KEY(KEY_IRIS_POSITION), Conversion::FNumber, nullptr, 0, false},
+        {"Focus/AutoFocusMode", "Focus/AutoFocusModes", KEY(KEY_AUTO_FOCUS_MODE), Conversion::Enumeration,
          ENTRIES(kFocusModes), true},
-        {"Focus/DefaultSpeed", "Focus/DefaultSpeed", 8207, "KEY_FOCUS_SPEED_LEVEL", Conversion::Number, nullptr, 0,
+        {"Focus/DefaultSpeed", "Focus/DefaultSpeed", KEY(KEY_FOCUS_SPEED_LEVEL), Conversion::Number, nullptr, 0,
          false},
-        {"Focus/NearLimit", "Focus/NearLimit", 1537, "KEY_AUTO_FOCUS_NEAR_LIMIT", Conversion::NearLimit, nullptr, 0,
+        {"Focus/NearLimit", "Focus/NearLimit", KEY(KEY_AUTO_FOCUS_NEAR_LIMIT), Conversion::NearLimit, nullptr, 0,
          false},
-        {"IrCutFilter", "IrCutFilterModes", 144, "KEY_DN_MODE", Conversion::Enumeration, ENTRIES(kIrCutModes),
+        {"IrCutFilter", "IrCutFilterModes", KEY(KEY_DN_MODE), Conversion::Enumeration, ENTRIES(kIrCutModes),
          false},
-        {"Sharpness", "Sharpness", 2321, "KEY_SHARPNESS", Conversion::Number, nullptr, 0, false},
-        {"WideDynamicRange/Mode", "WideDynamicRange/Mode", 2368, "KEY_WDR_MODE", Conversion::Enumeration,
+        {"Sharpness", "Sharpness", KEY(KEY_SHARPNESS), Conversion::Number, nullptr, 0, false},
+        {"WideDynamicRange/Mode", "WideDynamicRange/Mode", KEY(KEY_WDR_MODE), Conversion::Enumeration,
          ENTRIES(kWdrModes), true},
-        {"WideDynamicRange/Level", "WideDynamicRange/Level", 2369, "KEY_WDR_STRG", Conversion::Number, nullptr, 0,
+        {"WideDynamicRange/Level", "WideDynamicRange/Level", KEY(KEY_WDR_STRG), Conversion::Number, nullptr, 0,
          false},
-        {"WhiteBalance/Mode", "WhiteBalance/Mode", 768, "KEY_WB_MODE", Conversion::Enumeration,
+        {"WhiteBalance/Mode", "WhiteBalance/Mode", KEY(KEY_WB_MODE), Conversion::Enumeration,
          ENTRIES(kWhiteBalanceModes), true},
-        {"WhiteBalance/CrGain", "WhiteBalance/YrGain", 770, "KEY_R_GAIN", Conversion::Number, nullptr, 0, false},
-        {"WhiteBalance/CbGain", "WhiteBalance/YbGain", 771, "KEY_B_GAIN", Conversion::Number, nullptr, 0, false},
-        {"Extension/ImageStabilization/Mode", "Extension/ImageStabilization/Mode", 2416, "KEY_ANTI_SHAKE_SWITCH",
+        {"WhiteBalance/CrGain", "WhiteBalance/YrGain", KEY(KEY_R_GAIN), Conversion::Number, nullptr, 0, false},
+        {"WhiteBalance/CbGain", "WhiteBalance/YbGain", KEY(KEY_B_GAIN), Conversion::Number, nullptr, 0, false},
+        {"Extension/ImageStabilization/Mode", "Extension/ImageStabilization/Mode", KEY(KEY_ANTI_SHAKE_SWITCH),
          Conversion::Enumeration, ENTRIES(kOffOn), true},
-        {"Extension/ImageStabilization/Level", "Extension/ImageStabilization/Level", 2417, "KEY_ANTI_SHAKE_STRG",
+        {"Extension/ImageStabilization/Level", "Extension/ImageStabilization/Level", KEY(KEY_ANTI_SHAKE_STRG),
          Conversion::Number, nullptr, 0, false},
-        {defogMode.c_str(), defogModeOpt.c_str(), 2400, "KEY_DEFLG_SWITCH", Conversion::Enumeration,
+        {defogMode.c_str(), defogModeOpt.c_str(), KEY(KEY_DEFLG_SWITCH), Conversion::Enumeration,
          ENTRIES(kOffOn), true},
-        {defogLevel.c_str(), defogLevelOpt.c_str(), 2401, "KEY_DEFLG_STRG", Conversion::Normalized, nullptr, 0,
+        {defogLevel.c_str(), defogLevelOpt.c_str(), KEY(KEY_DEFLG_STRG), Conversion::Normalized, nullptr, 0,
          false},
         // The one noise-reduction level drives the temporal (3D) filter's
         // strength in its default, automatic mode.
-        {noiseLevel.c_str(), noiseLevelOpt.c_str(), 2312, "KEY_3D_NR_STRG_A", Conversion::Normalized, nullptr, 0,
+        {noiseLevel.c_str(), noiseLevelOpt.c_str(), KEY(KEY_3D_NR_STRG_A), Conversion::Normalized, nullptr, 0,
          true},
     };
 }

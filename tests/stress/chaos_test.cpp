@@ -32,6 +32,7 @@
 #include <vector>
 
 #include "controller/ApplyGate.h"
+#include "controller/KeyCatalogue.h"
 #include "integration/integration_fixture.h"
 #include "support/CallbackVideoModule.h"
 #include "support/ProgressWatchdog.h"
@@ -290,7 +291,7 @@ public:
         }
         case 21: {
             count("doIoCrtl/doIaCmd/notifyToVideo/test_debugParam");
-            u32 aBuffer[128] = {};
+            u32 aBuffer[tarnix::kValueBufferWords] = {};
             aBuffer[0] = static_cast<u32>(randomValue(rng));
             c.doIoCrtl(pick(rng, 2) == 0 ? 8104u : static_cast<unsigned>(randomKey(rng)), 0, aBuffer);
             c.doIaCmd(static_cast<unsigned>(randomKey(rng)), 1, aBuffer);
@@ -370,7 +371,7 @@ public:
             }
             // Handlers that hand the caller's buffer to the ISP get one that
             // holds any record the ISP exchanges, as doIaCmd's callers do.
-            u32 aValue[128] = {};
+            u32 aValue[tarnix::kValueBufferWords] = {};
             aValue[0] = static_cast<u32>(randomValue(rng));
             c.doHwdr(2368, 0, aValue);
             c.doImageAdjust(static_cast<unsigned>(randomKey(rng)), 0, aValue);
@@ -381,7 +382,7 @@ public:
         }
         case 30: {
             count("setIrLedInfo");
-            u32 aInfo[128] = {};
+            u32 aInfo[tarnix::kValueBufferWords] = {};
             c.setIrLedInfo(aInfo);
             break;
         }

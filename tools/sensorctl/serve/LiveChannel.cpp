@@ -8,6 +8,7 @@
 #include <fstream>
 #include <vector>
 
+#include "controller/KeyCatalogue.h"
 #include "platform/ia_ioctrl.h"
 #include "platform/posix/PlatformControl.h"
 #include "tools/sensorctl/Output.h"
@@ -17,7 +18,6 @@ namespace serve {
 
 namespace {
 
-constexpr u32 kKeySchemeMode = 8000;
 // How often the watch looks at the current scheme (host time, not scaled:
 // a sensor-thread pass takes 10 ms at sensorctl's default time scale).
 constexpr std::chrono::milliseconds kWatchPeriod(20);
@@ -161,7 +161,7 @@ void LiveChannel::readSchemeModeFromFile() {
         for (size_t i = 0; i < nRecords; ++i) {
             KeyVal kv;
             std::memcpy(&kv, bytes.data() + i * sizeof(KeyVal), sizeof(KeyVal));
-            if (kv.key == kKeySchemeMode) {
+            if (kv.key == tarnix::keys::KEY_SCHEME_MODE) {
                 nMode = static_cast<int>(kv.value);
                 break;
             }
@@ -169,7 +169,7 @@ void LiveChannel::readSchemeModeFromFile() {
     }
     if (nMode == kSchemeModeUnknown && currentScheme(*m_pController) == 0) {
         int nValue = 0;
-        if (m_pController->getParameter(static_cast<int>(kKeySchemeMode), nValue)) {
+        if (m_pController->getParameter(static_cast<int>(tarnix::keys::KEY_SCHEME_MODE), nValue)) {
             nMode = nValue;
         }
     }
@@ -222,7 +222,7 @@ int LiveChannel::applyText(ISensorController& p_objController, const std::string
     int nRet = p_objController.setParameters(p_strText, true);
     if (nScheme == 0) {
         int nValue = 0;
-        if (p_objController.getParameter(static_cast<int>(kKeySchemeMode), nValue)) {
+        if (p_objController.getParameter(static_cast<int>(tarnix::keys::KEY_SCHEME_MODE), nValue)) {
             m_nSchemeMode = nValue;
         }
     }

@@ -11,6 +11,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "controller/KeyCatalogue.h"
 #include "tools/sensorctl/Args.h"
 #include "tools/sensorctl/KeyNames.h"
 #include "tools/sensorctl/Output.h"
@@ -26,7 +27,6 @@ namespace {
 
 using json = nlohmann::json;
 
-constexpr u32 kKeySchemeMode = 8000;
 // Nesting a JSON action body may have ({"scheme": 1} has 1).
 constexpr int kMaxJsonDepth = 8;
 
@@ -265,7 +265,7 @@ void postParameters(LiveChannel& p_objLive, Response& p_objRes, const ContentRea
     }
     bool bSchemeMode = false;
     for (const KeyVal& kv : text.records) {
-        bSchemeMode = bSchemeMode || kv.key == kKeySchemeMode;
+        bSchemeMode = bSchemeMode || kv.key == tarnix::keys::KEY_SCHEME_MODE;
     }
     int nRet = 0;
     LiveChannel::Outcome outcome = p_objLive.act("set", text.text, [&](ISensorController& ctl) {
