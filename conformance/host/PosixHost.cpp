@@ -5,7 +5,6 @@
 // the port's fixed clock and time scale are offered to the fake-clock check.
 #include <limits.h>
 #include <stdlib.h>
-#include <sys/stat.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -13,21 +12,12 @@
 
 #include "conformance/tool/Host.h"
 #include "ispsim/ispsim.h"
+#include "platform/posix/HostTree.h"
 #include "platform/posix/PlatformControl.h"
 
 namespace conformance {
 
 namespace {
-
-bool isDirectory(const std::string& p_strPath) {
-    struct stat st;
-    return ::stat(p_strPath.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
-}
-
-bool isFile(const std::string& p_strPath) {
-    struct stat st;
-    return ::stat(p_strPath.c_str(), &st) == 0 && S_ISREG(st.st_mode);
-}
 
 void setClock(int p_nHour, int p_nMinute) { platform::setClock(p_nHour, p_nMinute); }
 void clearClock() { platform::clearClock(); }
@@ -54,7 +44,7 @@ bool prepareHost(const HostOptions& p_stOptions, std::string& p_strError, std::v
         p_strError = "no device root given: use --root DIR (or set TARNIX_ROOT)";
         return false;
     }
-    if (!isDirectory(strRoot)) {
+    if (!platform::isHostDir(strRoot)) {
         p_strError = "device root '" + strRoot + "' does not exist or is not a directory";
         return false;
     }
@@ -75,7 +65,7 @@ bool prepareHost(const HostOptions& p_stOptions, std::string& p_strError, std::v
     std::string strProfile = p_stOptions.ispProfile;
     if (strProfile.empty()) {
         strProfile = std::string(szReal) + "/isp/profile.conf";
-        if (!isFile(strProfile)) {
+        if (!platform::isHostFile(strProfile)) {
             p_vecNotes.push_back("root " + std::string(szReal) + ", no ISP profile: the simulated ISP starts empty");
             return true;
         }

@@ -11,6 +11,16 @@
 
 namespace platform {
 
+bool isHostDir(const std::string& hostPath) {
+    struct stat st;
+    return ::stat(hostPath.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+bool isHostFile(const std::string& hostPath) {
+    struct stat st;
+    return ::stat(hostPath.c_str(), &st) == 0 && S_ISREG(st.st_mode);
+}
+
 std::vector<std::string> listHostDir(const std::string& dir) {
     std::vector<std::string> names;
     DIR* pDir = ::opendir(dir.c_str());

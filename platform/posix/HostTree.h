@@ -11,6 +11,9 @@ void makeHostDirs(const std::string& hostDir);
 void removeHostTree(const std::string& hostPath);
 // Copies the regular files and directories below from into to.
 void copyHostTree(const std::string& from, const std::string& to);
+// True when the host path is a directory, or a regular file (links followed).
+bool isHostDir(const std::string& hostPath);
+bool isHostFile(const std::string& hostPath);
 // The names in a host directory, without "." and ".." (none when it cannot be read).
 std::vector<std::string> listHostDir(const std::string& hostDir);
 // A new empty directory "<$TMPDIR or /tmp>/<prefix>XXXXXX"; "" when it cannot be made.

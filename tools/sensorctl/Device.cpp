@@ -2,7 +2,6 @@
 // controller of a sensorctl run.
 #include "tools/sensorctl/Device.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -19,6 +18,7 @@
 #include "config/sensor.h"
 #include "platform/ModuleConfigureParser.h"
 #include "platform/SystemInfoParser.h"
+#include "platform/posix/HostTree.h"
 #include "platform/posix/PlatformControl.h"
 #include "storage/SensorFile.h"
 #include "tools/sensorctl/KeyNames.h"
@@ -38,16 +38,6 @@ constexpr unsigned int kKeptCommands = 16384;
 bool isRecordCommand(unsigned int p_nCmd) {
     return p_nCmd == IA_CMD_EXPOSURE_INFO || p_nCmd == IA_CMD_IR_LED_INFO || p_nCmd == IA_CMD_CAMERA_VERSION ||
            p_nCmd == IA_CMD_SYNC_CHECK || p_nCmd == IA_CMD_DYNAMIC_PARAMS_CMDS_GET;
-}
-
-bool isDirectory(const std::string& p_strPath) {
-    struct stat st;
-    return ::stat(p_strPath.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
-}
-
-bool isFile(const std::string& p_strPath) {
-    struct stat st;
-    return ::stat(p_strPath.c_str(), &st) == 0 && S_ISREG(st.st_mode);
 }
 
 // Words of an ISP buffer: one value, or the first eight in brackets.
@@ -143,7 +133,7 @@ std::string Device::resolveRoot(const Options& p_stOptions) const {
     if (strRoot.empty()) {
         usageError("no device root given: use --root DIR (or set TARNIX_ROOT)");
     }
-    if (!isDirectory(strRoot)) {
+    if (!platform::isHostDir(strRoot)) {
         runtimeError("device root '" + strRoot + "' does not exist or is not a directory");
     }
     char szReal[PATH_MAX];
@@ -154,7 +144,7 @@ std::string Device::resolveRoot(const Options& p_stOptions) const {
     if (strReal == "/") {
         runtimeError("refusing to use '/' as device root: sensorctl works on a copy of a device tree");
     }
-    if (!isFile(strReal + SENSOR_MACHINEINFO_FILE)) {
+    if (!platform::isHostFile(strReal + SENSOR_MACHINEINFO_FILE)) {
         runtimeError("'" + strRoot + "' is not a device root: it has no " SENSOR_MACHINEINFO_FILE
                      " (lay one down with: sensorctl init-root DIR --model box)");
     }
@@ -165,12 +155,12 @@ std::string Device::resolveRoot(const Options& p_stOptions) const {
 void Device::loadIsp() {
     ispsim::reset();
     std::string strProfile = hostPath(SENSORCTL_PROFILE_FILE);
-    if (isFile(strProfile) && !ispsim::loadProfile(strProfile)) {
+    if (platform::isHostFile(strProfile) && !ispsim::loadProfile(strProfile)) {
         runtimeError("cannot load the ISP profile " + strProfile);
     }
     m_mapProfileValues = snapshot();
     std::string strState = hostPath(SENSORCTL_STATE_FILE);
-    if (isFile(strState) && !ispsim::loadProfile(strState)) {
+    if (platform::isHostFile(strState) && !ispsim::loadProfile(strState)) {
         runtimeError("cannot load the kept ISP state " + strState + " (remove it to start from the profile)");
     }
     ispsim::clearCalls();
@@ -199,7 +189,7 @@ void Device::readModule() {
                      " (it needs a DeviceType= line)");
     }
     std::vector<ModuleConfigure> vecModules;
-    if (!isFile(hostPath(SENSOR_MODULECONFIG_FILE))) {
+    if (!platform::isHostFile(hostPath(SENSOR_MODULECONFIG_FILE))) {
         printWarning("the root has no " SENSOR_MODULECONFIG_FILE "; using an empty module configuration");
     } else if (!ModuleConfigureParser::parse(SENSOR_MODULECONFIG_FILE, m_objMachine.getHardwareModel(),
                                              m_objMachine.getHardwareCode(), vecModules)) {
@@ -292,7 +282,7 @@ void Device::saveIspState() {
         ::unlink(strState.c_str());
         return;
     }
-    ::mkdir(hostPath("/isp").c_str(), 0755);
+    platform::makeHostDirs(hostPath("/isp"));
     std::string strTmp = strState + ".tmp";
     {
         std::ofstream out(strTmp, std::ios::binary | std::ios::trunc);

@@ -25,11 +25,6 @@ namespace {
 
 const char* const kModels[] = {"box", "dome", "thermal", "lpr", "fisheye"};
 
-bool isDirectory(const std::string& p_strPath) {
-    struct stat st;
-    return ::stat(p_strPath.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
-}
-
 bool exists(const std::string& p_strPath) {
     struct stat st;
     return ::lstat(p_strPath.c_str(), &st) == 0;
@@ -108,7 +103,7 @@ size_t copyTree(const std::string& p_strFrom, const std::string& p_strTo, int p_
         runtimeError("the sample tree " + p_strFrom + " is nested too deeply");
     }
     makeDirs(p_strTo);
-    if (!isDirectory(p_strFrom)) {
+    if (!platform::isHostDir(p_strFrom)) {
         runtimeError("cannot read " + p_strFrom + ": " + std::strerror(errno));
     }
     const std::vector<std::string> names = platform::listHostDir(p_strFrom);
@@ -182,12 +177,12 @@ void runInitRoot(const Options& p_stOptions) {
     if (!bKnown) {
         usageError("unknown model '" + p_stOptions.model + "'; choose box, dome, thermal, lpr or fisheye");
     }
-    if (exists(target) && !(isDirectory(target) && isEmptyDirectory(target))) {
+    if (exists(target) && !(platform::isHostDir(target) && isEmptyDirectory(target))) {
         runtimeError("'" + target + "' already exists and is not an empty directory");
     }
     std::string source;
     for (const std::string& dir : deviceDirCandidates(p_stOptions)) {
-        if (isDirectory(dir + "/" + p_stOptions.model)) {
+        if (platform::isHostDir(dir + "/" + p_stOptions.model)) {
             source = dir + "/" + p_stOptions.model;
             break;
         }
