@@ -25,6 +25,27 @@ std::string parentOf(const std::string& path) {
     return pos == std::string::npos ? std::string(".") : path.substr(0, pos);
 }
 
+// The environment variable through which a test hands its root to the
+// death-test children it starts. A "threadsafe" death test runs the test
+// again in a new process that ends in the death: its own root can never be
+// removed by itself, so it is made beside the parent's root, under a name
+// the parent removes when it ends.
+const char kParentRootVariable[] = "TARNIX_TEST_PARENT_ROOT";
+const char kDeathChildSuffix[] = "-death-";
+
+bool isDeathTestChild() { return !GTEST_FLAG_GET(internal_run_death_test).empty(); }
+
+// Removes the roots of the death-test children of the test whose root this is.
+void removeDeathChildRoots(const std::string& p_strRoot) {
+    const std::string strDir = parentOf(p_strRoot);
+    const std::string strPrefix = p_strRoot.substr(strDir.size() + 1) + kDeathChildSuffix;
+    for (const std::string& name : platform::listHostDir(strDir)) {
+        if (name.compare(0, strPrefix.size(), strPrefix) == 0) {
+            platform::removeHostTree(strDir + "/" + name);
+        }
+    }
+}
+
 } // namespace
 
 void pinnedClock(int& hour, int& minute) {
@@ -98,11 +119,18 @@ std::vector<SetCall> setCalls() {
 void TarnixTest::SetUp() {
     const char* base = std::getenv("TMPDIR");
     std::string templ = std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/tarnix-root-XXXXXX";
+    const char* szParentRoot = std::getenv(kParentRootVariable);
+    if (isDeathTestChild() && szParentRoot != nullptr && *szParentRoot != '\0') {
+        templ = std::string(szParentRoot) + kDeathChildSuffix + "XXXXXX";
+    }
     std::vector<char> buffer(templ.begin(), templ.end());
     buffer.push_back('\0');
     char* made = ::mkdtemp(buffer.data());
     ASSERT_NE(made, nullptr);
     m_strRoot = made;
+    if (!isDeathTestChild()) {
+        ::setenv(kParentRootVariable, m_strRoot.c_str(), 1);
+    }
     platform::setRoot(m_strRoot);
     // A camera always has its log directory; the error log is written there.
     makeDir("/mnt/mtd/log");
@@ -128,6 +156,7 @@ void TarnixTest::TearDown() {
     platform::clearClock();
     if (!m_strRoot.empty() && std::getenv("TARNIX_KEEP_ROOT") == nullptr) {
         removeTree(m_strRoot);
+        removeDeathChildRoots(m_strRoot);
     }
 }
 
