@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build needs, if any is missing.
-# Usage: scripts/deps.sh [base|test|cross|fuzz|browser|node|all]...
+# Usage: scripts/deps.sh [base|test|cross|fuzz|browser|node|gates|all]...
 set -euo pipefail
 
 want=()
@@ -17,13 +17,17 @@ for group in "${@:-base}"; do
         cross) want+=(g++-aarch64-linux-gnu qemu-user libtinyxml-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64
                       libcli11-dev nlohmann-json3-dev) ;;
         fuzz) want+=(clang libclang-rt-dev) ;;
+        # scripts/gates.sh: callgrind and memcheck (and their client request
+        # headers), the benchmark build, and the AArch64 strip.
+        gates) want+=(g++ cmake make libtinyxml-dev libbenchmark-dev libcli11-dev nlohmann-json3-dev valgrind
+                      binutils-aarch64-linux-gnu) ;;
         # The settings page of sensorctl serve in a real browser.
         browser) want+=(chromium chromium-driver python3-selenium) ;;
         # The ONVIF end-to-end client runs on node; an installed node counts.
         node) command -v node >/dev/null && command -v npm >/dev/null || want+=(nodejs npm) ;;
         all) want+=(g++ cmake make libtinyxml-dev libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-dev
                     pkg-config libcpp-httplib-dev nlohmann-json3-dev libcli11-dev libssl-dev chromium chromium-driver
-                    python3-selenium
+                    python3-selenium valgrind binutils-aarch64-linux-gnu
                     g++-aarch64-linux-gnu qemu-user libtinyxml-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64) ;;
         *) echo "deps.sh: unknown group '$group'" >&2; exit 2 ;;
     esac

@@ -95,6 +95,22 @@ void stopSensorThread(ISensorController& p_controller) {
     }
 }
 
+void initWithoutThread(ISensorController& p_controller, const BoxCamera& p_camera) {
+    platform::setTimeScale(1.0);
+    p_controller.setChannelID(1);
+    if (!p_controller.init(p_camera.module())) {
+        std::fprintf(stderr, "box camera: init of channel 1 failed\n");
+        std::exit(1);
+    }
+    stopSensorThread(p_controller);
+}
+
+void firstStart(const BoxCamera& p_camera) {
+    ISensorController objController;
+    initWithoutThread(objController, p_camera);
+    objController.uinit();
+}
+
 std::vector<KeyVal> schemeRow(ISensorController& p_controller, u32 p_nScheme) {
     KeyVal** ppRows = Peer::userKeyVal(p_controller);
     if (ppRows == nullptr || p_nScheme > Peer::sysConf(p_controller).nSchemeSum) {

@@ -41,6 +41,18 @@ private:
 // second, in a fixed order with its host actions.
 void stopSensorThread(ISensorController& p_controller);
 
+// init of channel 1, after which "SensorThread" is stopped before it ran a
+// single pass: waits last their full second during init, so the thread that
+// init starts at its end is still in its first wait when it is stopped (and
+// no pass of it changes the heap or the counts of what follows). The time
+// scale is left at 1. Exits with a message when init fails.
+void initWithoutThread(ISensorController& p_controller, const BoxCamera& p_camera);
+
+// A first start of the camera (init and uinit of channel 1, as above): the
+// scheme files and the version stamp are written, so that later inits find
+// an up-to-date device.
+void firstStart(const BoxCamera& p_camera);
+
 // A copy of the cache row of a scheme (the factory row is schemeCount()).
 std::vector<KeyVal> schemeRow(ISensorController& p_controller, u32 p_nScheme);
 // Number of user schemes of the channel.
