@@ -230,7 +230,8 @@ public:
     // An empty function removes it; no call of the old one is under way
     // on another thread when this returns.
     void setDecisionObserver(std::function<void(const tarnix::DecisionRecord&)> p_fnObserver);
-    // Number of latest decision records kept (256 unless set; 0 keeps none).
+    // Number of latest decision records kept (256 unless set; 0 keeps none;
+    // at most 65536).
     void setDecisionHistorySize(u32 p_nRecords);
     // The decision records kept, oldest first.
     std::vector<tarnix::DecisionRecord> getDecisionHistory() const;
@@ -291,6 +292,9 @@ private:
     void sensorPass(tarnix::DecisionRecord& p_stRecord);
     // The pass's non-forced switch to nScheme, skipped when it is current or busy.
     void switchIfNeeded(int nScheme, tarnix::DecisionRecord& p_stRecord);
+    // The pass's time-plan step on a plate-recognition device, with the
+    // scheme and schedule the time plan selected.
+    void plateRecognitionPass(int nScheme, int nSchedule, tarnix::DecisionRecord& p_stRecord);
     // judgeCurScheme, noting in the record (when given) the clock and the
     // windows it compared.
     int judgeScheme(int& nScheme, int& nSchedule, tarnix::DecisionRecord* p_pRecord);
@@ -332,6 +336,14 @@ private:
     void createSchemeFile(u32 p_nScheme, std::string& p_strName);
     void finishLayout(const tarnix::diag::Site& p_stSite);
     void readVideoModuleOptions(const MachineInfo& p_objMachineInfo);
+    // Deletes the channel's stored schemes 0 to 3 (init and resetParameters).
+    void deleteStoredSchemes();
+    // True (after an assertion report naming p_szCall) when the calling
+    // thread is inside a video module callback or the decision observer of
+    // this controller: init, uinit and resetParameters are refused there.
+    bool refusedInsideOwnCallback(const tarnix::diag::Site& p_stSite, const char* p_szCall) const;
+    // The module configuration resetParameters initialises with.
+    ModuleConfigure moduleForReset() const;
 
     SysConfig m_stSysConf;
     int m_nCameraID;

@@ -85,16 +85,7 @@ void releaseArrays(KeyVal*& p_pText, keycmd*& p_pKeyCmdMap, KeyVal**& p_ppRows, 
 } // namespace
 
 bool ISensorController::init(const ModuleConfigure& p_objModuleConfigure) {
-    if (insideOwnModuleCall()) {
-        // A new init would free the scheme cache and the key table that the
-        // operation around this callback is still using.
-        SENSOR_ASSERT_T(false, "init() called from inside a video module callback of the same controller", "");
-        return false;
-    }
-    if (insideOwnDecisionObserver()) {
-        // The same holds for the decision observer, called inside a pass or
-        // a host's scheme operation.
-        SENSOR_ASSERT_T(false, "init() called from inside the decision observer of the same controller", "");
+    if (refusedInsideOwnCallback(SENSOR_SITE(), "init()")) {
         return false;
     }
     // Host calls and sensor passes wait for a whole init.
@@ -224,6 +215,12 @@ void ISensorController::deleteFilesOfOtherLayout(const tarnix::diag::Site& p_stS
                      "check the sensor version,   local(%u) --> libtarnix.so(%u), source the cmd: rm -rf "
                      "/mnt/mtd/code/config*/sensor*\n",
                      nLocalVersion, m_nVersion);
+    deleteStoredSchemes();
+}
+
+// Deletes the channel's stored schemes 0 to 3 (on the thermal channel every
+// thermal scheme file) through the platform's shell.
+void ISensorController::deleteStoredSchemes() {
     char szCmd[128];
     if (m_bThermal) {
         std::snprintf(szCmd, sizeof(szCmd), "rm -rf /mnt/mtd/code/config*/sensor-thermal*.cfg");
@@ -231,6 +228,22 @@ void ISensorController::deleteFilesOfOtherLayout(const tarnix::diag::Site& p_stS
         std::snprintf(szCmd, sizeof(szCmd), "rm -rf /mnt/mtd/code/config*/sensor%d_[0-3].cfg", m_nCameraID);
     }
     sy_system(szCmd, kShellTimeLimit);
+}
+
+// init, uinit and resetParameters would free the scheme cache and the key
+// table that the operation around a video module callback, or around the
+// decision observer, of this controller is still using: called from inside
+// one they are refused with an assertion report naming p_szCall.
+bool ISensorController::refusedInsideOwnCallback(const tarnix::diag::Site& p_stSite, const char* p_szCall) const {
+    const char* szInside = insideOwnModuleCall()         ? "a video module callback"
+                           : insideOwnDecisionObserver() ? "the decision observer"
+                                                         : nullptr;
+    if (szInside == nullptr) {
+        return false;
+    }
+    const std::string strText = std::string(p_szCall) + " called from inside " + szInside + " of the same controller";
+    SENSOR_ASSERT_FOR(p_stSite, __LINE__, false, strText.c_str(), "");
+    return true;
 }
 
 // What the module and the machine say about this channel: limited infrared
@@ -363,14 +376,7 @@ void ISensorController::uinit() {
     if (!testFlag(FLAG_INITED)) {
         return;
     }
-    if (insideOwnModuleCall()) {
-        // The arrays that the operation around this callback is still using
-        // would be freed under it.
-        SENSOR_ASSERT_T(false, "uinit() called from inside a video module callback of the same controller", "");
-        return;
-    }
-    if (insideOwnDecisionObserver()) {
-        SENSOR_ASSERT_T(false, "uinit() called from inside the decision observer of the same controller", "");
+    if (refusedInsideOwnCallback(SENSOR_SITE(), "uinit()")) {
         return;
     }
     tarnix::GateLock objGate;

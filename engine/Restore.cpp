@@ -8,23 +8,14 @@
 #include "controller/SensorDebug.h"
 #include "controller/WorkArray.h"
 
-#include <cstdio>
 #include <string>
 #include <vector>
 
 #include "platform/MachineInfo.h"
 #include "platform/ModuleConfigureParser.h"
 #include "platform/SystemInfoParser.h"
-#include "platform/sy_system.h"
 
 using namespace tarnix::keys;
-
-namespace {
-
-// Time limit, in seconds, of the shell command that deletes the files.
-const int kShellTimeLimit = 30;
-
-} // namespace
 
 int ISensorController::restore(int p_nKey) {
     tarnix::ParamLock objLock(*this, __LINE__);
@@ -91,16 +82,7 @@ bool ISensorController::resetToLastParameters() {
 }
 
 bool ISensorController::resetParameters() {
-    if (insideOwnModuleCall()) {
-        // The reset would free the scheme cache and the key table that the
-        // operation around this callback is still using.
-        SENSOR_ASSERT_T(false, "resetParameters() called from inside a video module callback of the same controller",
-                        "");
-        return false;
-    }
-    if (insideOwnDecisionObserver()) {
-        SENSOR_ASSERT_T(false, "resetParameters() called from inside the decision observer of the same controller",
-                        "");
+    if (refusedInsideOwnCallback(SENSOR_SITE(), "resetParameters()")) {
         return false;
     }
     tarnix::ParamLock objLock(*this, __LINE__);
@@ -115,37 +97,11 @@ bool ISensorController::resetParameters() {
                     "m_stSysConf.nSchemeSum(%d)\n", static_cast<int>(nSchemeSum));
 
     // The stored schemes 0 to 3 of this channel go; init recreates them.
-    char szCmd[128];
-    if (m_bThermal) {
-        std::snprintf(szCmd, sizeof(szCmd), "rm -rf /mnt/mtd/code/config*/sensor-thermal*.cfg");
-    } else {
-        std::snprintf(szCmd, sizeof(szCmd), "rm -rf /mnt/mtd/code/config*/sensor%d_[0-3].cfg", m_nCameraID);
-    }
-    sy_system(szCmd, kShellTimeLimit);
+    deleteStoredSchemes();
 
     const int nMode = m_nMode.load();
     uinit();
-
-    // At high debug levels the module file is read again, so an edited file
-    // takes effect; otherwise the identity of the last init is used.
-    ModuleConfigure objModuleConfigure;
-    if (g_nDebugLevel.load() > 5) {
-        MachineInfo objMachineInfo;
-        SystemInfoParser::parseMachineInfo(SENSOR_MACHINEINFO_FILE, objMachineInfo);
-        std::vector<ModuleConfigure> vecModules;
-        ModuleConfigureParser::parse(SENSOR_MODULECONFIG_FILE, objMachineInfo.getHardwareModel(),
-                                     objMachineInfo.getHardwareCode(), vecModules);
-        if (!vecModules.empty()) {
-            objModuleConfigure.setModuleId(vecModules[0].getModuleId());
-            objModuleConfigure.setDetail(vecModules[0].getDetail());
-            objModuleConfigure.setParameters(vecModules[0].getParameters());
-        }
-    } else {
-        objModuleConfigure.setDetail(m_strModuleDetail);
-        objModuleConfigure.setModuleId(m_nModuleId);
-        objModuleConfigure.setParameters(m_strModuleParameters);
-    }
-
+    const ModuleConfigure objModuleConfigure = moduleForReset();
     bool bInit = init(objModuleConfigure);
     SENSOR_ASSERT_T(bInit, "init(objModuleConfigure)", "");
 
@@ -156,6 +112,30 @@ bool ISensorController::resetParameters() {
     stRecord.to = m_nCurScheme.load();
     endDecision(stRecord);
     return true;
+}
+
+// The module configuration a factory reset initialises with. At high debug
+// levels the module file is read again, so an edited file takes effect;
+// otherwise the identity of the last init is used.
+ModuleConfigure ISensorController::moduleForReset() const {
+    ModuleConfigure objModuleConfigure;
+    if (g_nDebugLevel.load() <= 5) {
+        objModuleConfigure.setDetail(m_strModuleDetail);
+        objModuleConfigure.setModuleId(m_nModuleId);
+        objModuleConfigure.setParameters(m_strModuleParameters);
+        return objModuleConfigure;
+    }
+    MachineInfo objMachineInfo;
+    SystemInfoParser::parseMachineInfo(SENSOR_MACHINEINFO_FILE, objMachineInfo);
+    std::vector<ModuleConfigure> vecModules;
+    ModuleConfigureParser::parse(SENSOR_MODULECONFIG_FILE, objMachineInfo.getHardwareModel(),
+                                 objMachineInfo.getHardwareCode(), vecModules);
+    if (!vecModules.empty()) {
+        objModuleConfigure.setModuleId(vecModules[0].getModuleId());
+        objModuleConfigure.setDetail(vecModules[0].getDetail());
+        objModuleConfigure.setParameters(vecModules[0].getParameters());
+    }
+    return objModuleConfigure;
 }
 
 int ISensorController::flush() {

@@ -7,12 +7,15 @@
 
 #include "controller/ApplyGate.h"
 #include "controller/ISensorController.h"
+#include "controller/KeyCatalogue.h"
 #include "controller/ParamLock.h"
 #include "controller/SensorDebug.h"
 #include "controller/WorkArray.h"
 #include "handlers/IspCallCount.h"
 #include "platform/PXDeviceTime.h"
 #include "platform/QuorvelTime.h"
+
+using namespace tarnix::keys;
 
 namespace {
 
@@ -22,20 +25,6 @@ const u32 kEntryStartMin = 2;
 const u32 kEntryEndHour = 3;
 const u32 kEntryEndMin = 4;
 const u32 kWindowEntries = 5; // a row needs entries 0 to 4 to carry a window
-
-const int kKeySchemeStartHour = 8001;
-const int kKeySchemeStartMin = 8002;
-const int kKeySchemeEndHour = 8003;
-const int kKeySchemeEndMin = 8004;
-
-const u32 kKeyDnMode = 144;
-const u32 kKeyDtnThr = 145;
-const u32 kKeyNtdThr = 146;
-const u32 kKeyDtnHour = 149;
-const u32 kKeyDtnMin = 150;
-const u32 kKeyNtdHour = 151;
-const u32 kKeyNtdMin = 152;
-const u32 kKeyDnSensitivity = 154;
 
 // Pause between two looks at the busy flags.
 const long kBusyWaitUsec = 500000;
@@ -136,7 +125,7 @@ int ISensorController::LPR_switch_to(int nScheme) {
         KeyVal* pWork = objWork.data();
         std::memcpy(pWork, pRow, sizeof(KeyVal) * m_nKeyValSum);
         for (u32 i = 0; i < m_nKeyValSum; ++i) {
-            if (pWork[i].key == kKeyDnMode) {
+            if (pWork[i].key == KEY_DN_MODE) {
                 pWork[i].value = 0;
                 break;
             }
@@ -201,16 +190,16 @@ bool ISensorController::setParamMode(int p_nMode) {
 int ISensorController::getParamSchemeTime(int key) {
     u32 nEntry = 0;
     switch (key) {
-    case kKeySchemeStartHour:
+    case KEY_SCHEME_START_HOUR:
         nEntry = kEntryStartHour;
         break;
-    case kKeySchemeStartMin:
+    case KEY_SCHEME_START_MIN:
         nEntry = kEntryStartMin;
         break;
-    case kKeySchemeEndHour:
+    case KEY_SCHEME_END_HOUR:
         nEntry = kEntryEndHour;
         break;
-    case kKeySchemeEndMin:
+    case KEY_SCHEME_END_MIN:
         nEntry = kEntryEndMin;
         break;
     default:
@@ -231,13 +220,13 @@ int ISensorController::doDNThr(unsigned int cmd, unsigned int opt, void* value) 
     // Only the field(s) the key names are filled; the others stay 0.
     dn_thr_st stThr;
     std::memset(&stThr, 0, sizeof(stThr));
-    if (cmd == kKeyDtnThr) {
+    if (cmd == KEY_DTN_THR) {
         stThr.d2n_thr = nValue;
-        getKeyValFromCache(nCurScheme, kKeyNtdThr, stThr.n2d_thr);
-    } else if (cmd == kKeyNtdThr) {
-        getKeyValFromCache(nCurScheme, kKeyDtnThr, stThr.d2n_thr);
+        getKeyValFromCache(nCurScheme, KEY_NTD_THR, stThr.n2d_thr);
+    } else if (cmd == KEY_NTD_THR) {
+        getKeyValFromCache(nCurScheme, KEY_DTN_THR, stThr.d2n_thr);
         stThr.n2d_thr = nValue;
-    } else if (cmd == kKeyDnSensitivity) {
+    } else if (cmd == KEY_DN_SENSITIVITY) {
         stThr.dn_sensitivity = nValue;
     }
 
@@ -260,15 +249,15 @@ int ISensorController::doDNTime(unsigned int cmd, unsigned int opt, void* value)
     // set come from the current scheme.
     dn_time_st stTime;
     std::memset(&stTime, 0, sizeof(stTime));
-    getKeyValFromCache(nCurScheme, kKeyDtnHour, stTime.d2n_hour);
-    getKeyValFromCache(nCurScheme, kKeyDtnMin, stTime.d2n_min);
-    getKeyValFromCache(nCurScheme, kKeyNtdHour, stTime.n2d_hour);
-    getKeyValFromCache(nCurScheme, kKeyNtdMin, stTime.n2d_min);
-    if (cmd == kKeyDtnHour) {
+    getKeyValFromCache(nCurScheme, KEY_DTN_H, stTime.d2n_hour);
+    getKeyValFromCache(nCurScheme, KEY_DTN_M, stTime.d2n_min);
+    getKeyValFromCache(nCurScheme, KEY_NTD_H, stTime.n2d_hour);
+    getKeyValFromCache(nCurScheme, KEY_NTD_M, stTime.n2d_min);
+    if (cmd == KEY_DTN_H) {
         stTime.d2n_hour = nValue;
-    } else if (cmd == kKeyDtnMin) {
+    } else if (cmd == KEY_DTN_M) {
         stTime.d2n_min = nValue;
-    } else if (cmd == kKeyNtdHour) {
+    } else if (cmd == KEY_NTD_H) {
         stTime.n2d_hour = nValue;
     } else {
         stTime.n2d_min = nValue;

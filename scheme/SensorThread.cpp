@@ -12,14 +12,12 @@
 
 #include "controller/ApplyGate.h"
 #include "controller/ISensorController.h"
+#include "controller/KeyCatalogue.h"
 #include "controller/SensorDebug.h"
 #include "platform/QuorvelTime.h"
 #include "scheme/DecisionLog.h"
 
 namespace {
-
-// The one cross-channel action: bring the visible lens to the thermal field of view.
-const int kKeySyncFov = 8104;
 
 // Scheme 0 serves as the day scheme, scheme 1 as the night scheme.
 int dayNightScheme(int p_nState) { return p_nState == 0 ? 0 : 1; }
@@ -96,7 +94,9 @@ void ISensorController::runPendingAction() {
     if (!m_nChanneldDosomething.compare_exchange_strong(nChannel, -1)) {
         return;
     }
-    if (m_nPassKeycmd.exchange(-1) == kKeySyncFov) {
+    // The one cross-channel action: bring the visible lens to the thermal
+    // field of view.
+    if (m_nPassKeycmd.exchange(-1) == tarnix::keys::KEY_MIXSTREAM_THERMAL_TO_VISION_SYNC_FOV) {
         sync_fov();
     }
 }
@@ -146,10 +146,14 @@ void ISensorController::sensorPass(tarnix::DecisionRecord& p_stRecord) {
         switchIfNeeded(nScheme, p_stRecord);
         return;
     }
+    plateRecognitionPass(nScheme, nSchedule, p_stRecord);
+}
 
-    // Plate recognition: the timed schemes take precedence over day/night;
-    // entering a window forces a full apply, and outside every window the
-    // day (0) or night (1) scheme is applied in full with day/night mode 0.
+// Plate recognition: the timed schemes take precedence over day/night;
+// entering a window forces a full apply, and outside every window the day
+// (0) or night (1) scheme is applied in full with day/night mode 0.
+void ISensorController::plateRecognitionPass(int nScheme, int nSchedule, tarnix::DecisionRecord& p_stRecord) {
+    int nRet = SNS_SUCCESS;
     const u32 nLastSchedule = m_nLastSchedule.load();
     if (nSchedule != 0) {
         p_stRecord.selected = nScheme;
