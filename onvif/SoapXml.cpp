@@ -76,6 +76,17 @@ bool isXmlChar(unsigned long code) {
 
 } // namespace
 
+bool isUtf8(const std::string& text) {
+    size_t length = 0;
+    for (size_t i = 0; i < text.size(); i += length) {
+        decodeUtf8(text, i, length);
+        if (length == 0) {
+            return false;
+        }
+    }
+    return true;
+}
+
 size_t elementStartCount(const std::string& text) {
     size_t count = 0;
     for (size_t i = 0; i + 1 < text.size(); ++i) {
@@ -96,6 +107,13 @@ ParseStatus parseRequest(const std::string& text, size_t maxBytes, TiXmlDocument
     // TinyXML reads up to the first zero byte; a text with one inside is not
     // a well-formed document anyway.
     if (text.find('\0') != std::string::npos) {
+        return ParseStatus::Malformed;
+    }
+    // Nor is one that is not UTF-8. TinyXML also steps over a character of
+    // text by the length its lead byte announces: a lead byte in the last
+    // bytes of the text would carry it past the terminating zero and on
+    // through memory that is not the request's.
+    if (!isUtf8(text)) {
         return ParseStatus::Malformed;
     }
     doc.Parse(text.c_str(), nullptr, TIXML_ENCODING_UTF8);

@@ -27,7 +27,12 @@ size_t elementStartCount(const std::string& text);
 
 enum class ParseStatus { Ok, TooLarge, TooDeep, Malformed };
 
-// Parses text into doc when it fits the limits above.
+// Whether text is well-formed UTF-8 (no stray, truncated or overlong
+// sequence, no surrogate, nothing above U+10FFFF).
+bool isUtf8(const std::string& text);
+
+// Parses text into doc when it fits the limits above and is UTF-8 without a
+// zero byte (anything else is Malformed without being parsed).
 ParseStatus parseRequest(const std::string& text, size_t maxBytes, TiXmlDocument& doc);
 
 // "Envelope" for "s:Envelope".

@@ -202,6 +202,26 @@ TEST(SoapXmlTest, LimitsComeBeforeParsing) {
     EXPECT_EQ(parseRequest("", 100, empty), ParseStatus::Malformed);
 }
 
+TEST(SoapXmlTest, OnlyWellFormedUtf8IsParsed) {
+    EXPECT_TRUE(isUtf8(""));
+    EXPECT_TRUE(isUtf8("plain \xC3\xA9 \xE2\x82\xAC \xF0\x9F\x93\xB7"));
+    EXPECT_FALSE(isUtf8("\xEB"));
+    EXPECT_FALSE(isUtf8("ab\xE2\x82"));
+    EXPECT_FALSE(isUtf8("\x80"));
+    EXPECT_FALSE(isUtf8("\xC0\xAF"));
+    EXPECT_FALSE(isUtf8("\xED\xA0\x80"));
+    EXPECT_FALSE(isUtf8("\xF5\x80\x80\x80"));
+    // A lead byte at the very end of an unterminated attribute value or text:
+    // TinyXML would step over the terminating zero. Refused before parsing.
+    for (const char* text : {"<a b=\"x\xEB", "<a>x\xF0", "<a>\xD4<\xEB", "<a b=\"\xE2\x82\"/>"}) {
+        TiXmlDocument doc;
+        EXPECT_EQ(parseRequest(text, 1000, doc), ParseStatus::Malformed) << text;
+    }
+    TiXmlDocument ok;
+    ASSERT_EQ(parseRequest("<a b=\"\xC3\xA9\">\xE2\x82\xAC</a>", 1000, ok), ParseStatus::Ok);
+    EXPECT_STREQ(ok.RootElement()->GetText(), "\xE2\x82\xAC");
+}
+
 TEST(SoapXmlTest, EscapedTextIsAlwaysWellFormedUtf8) {
     const std::string kFffd = "\xEF\xBF\xBD";
     EXPECT_EQ(xmlEscape("a&b<c>d\"e'f"), "a&amp;b&lt;c&gt;d&quot;e&apos;f");

@@ -177,6 +177,11 @@ TEST_F(SoapServiceTest, BadRequestsGetFaultsNotCrashes) {
          "ter:ActionNotSupported"},
         {"/onvif/ptz_service", envelope("", std::string("<GetSystemDateAndTime ") + kDev + "/>"), 404,
          "ter:InvalidArgVal"},
+        // Not UTF-8: a lead byte at the end of an unterminated attribute value.
+        {OnvifService::kDevicePath, "<s:Envelope xmlns:s=\"http://www.w3.org/2003/05/\xFF<\xD4<\xEB", 400,
+         "ter:WellFormed"},
+        {OnvifService::kDevicePath, envelope("", std::string("<GetSystemDateAndTime ") + kDev + "/>\xC0\xAF"), 400,
+         "ter:WellFormed"},
     };
     for (const Case& c : cases) {
         Reply r(m_pService->handle(c.path, c.body));
