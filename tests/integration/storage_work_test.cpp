@@ -70,12 +70,27 @@ protected:
         return mapMarks;
     }
 
+    // Channel 1 initialised; without automatic scheme switching when asked.
+    void start(ISensorController& c, bool p_bManual) {
+        c.setChannelID(1);
+        ASSERT_TRUE(c.init(firstModule()));
+        if (p_bManual) {
+            ASSERT_TRUE(c.setParamMode(0));
+        }
+    }
+
     // A first start of the camera: creates the scheme files and the stamp.
     void firstStart() {
         ISensorController c;
-        c.setChannelID(1);
-        ASSERT_TRUE(c.init(firstModule()));
+        ASSERT_NO_FATAL_FAILURE(start(c, false));
         c.uinit();
+        m_ops.take();
+    }
+
+    // An up-to-date device and channel 1 on it, storage counts from zero.
+    void startUpToDate(ISensorController& c) {
+        ASSERT_NO_FATAL_FAILURE(firstStart());
+        ASSERT_NO_FATAL_FAILURE(start(c, true));
         m_ops.take();
     }
 
@@ -98,8 +113,7 @@ protected:
 
 TEST_F(StorageWorkTest, FirstStartWritesEachSchemeFileAndTheStampOnce) {
     ISensorController c;
-    c.setChannelID(1);
-    ASSERT_TRUE(c.init(firstModule()));
+    ASSERT_NO_FATAL_FAILURE(start(c, false));
     const StorageWork stWork = m_ops.take();
     const u32 nSchemes = Peer::sysConf(c).nSchemeSum;
     ASSERT_EQ(4u, nSchemes);
@@ -120,14 +134,13 @@ TEST_F(StorageWorkTest, FirstStartWritesEachSchemeFileAndTheStampOnce) {
 }
 
 TEST_F(StorageWorkTest, InitAndUinitOnAnUpToDateDeviceWriteNothing) {
-    firstStart();
+    ASSERT_NO_FATAL_FAILURE(firstStart());
     const std::map<std::string, FileMark> mapBefore = flashMarks();
     ASSERT_EQ(1u, mapBefore.count(hostPath(kStamp)));
     ASSERT_EQ(1u, mapBefore.count(hostPath(schemePath(1, 3))));
 
     ISensorController c;
-    c.setChannelID(1);
-    ASSERT_TRUE(c.init(firstModule()));
+    ASSERT_NO_FATAL_FAILURE(start(c, false));
     StorageWork stWork = m_ops.take();
     EXPECT_TRUE(stWork.none()) << stWork.summary();
     c.uinit();
@@ -138,12 +151,8 @@ TEST_F(StorageWorkTest, InitAndUinitOnAnUpToDateDeviceWriteNothing) {
 }
 
 TEST_F(StorageWorkTest, FlushWritesOnlyWhatChangedAndNothingTheSecondTime) {
-    firstStart();
     ISensorController c;
-    c.setChannelID(1);
-    ASSERT_TRUE(c.init(firstModule()));
-    ASSERT_TRUE(c.setParamMode(0));
-    m_ops.take();
+    ASSERT_NO_FATAL_FAILURE(startUpToDate(c));
 
     // Straight after init every row equals its file.
     EXPECT_EQ(0, c.flush());
@@ -174,12 +183,8 @@ TEST_F(StorageWorkTest, FlushWritesOnlyWhatChangedAndNothingTheSecondTime) {
 }
 
 TEST_F(StorageWorkTest, MirrorModeStoresOnlyWhenTheMirrorChanged) {
-    firstStart();
     ISensorController c;
-    c.setChannelID(1);
-    ASSERT_TRUE(c.init(firstModule()));
-    ASSERT_TRUE(c.setParamMode(0));
-    m_ops.take();
+    ASSERT_NO_FATAL_FAILURE(startUpToDate(c));
     int nMirror = -1;
     ASSERT_TRUE(c.getMirrorValue(nMirror));
 
@@ -193,11 +198,8 @@ TEST_F(StorageWorkTest, MirrorModeStoresOnlyWhenTheMirrorChanged) {
 }
 
 TEST_F(StorageWorkTest, ResetWritesEachDeletedFileOnceAndLeavesTheStamp) {
-    firstStart();
     ISensorController c;
-    c.setChannelID(1);
-    ASSERT_TRUE(c.init(firstModule()));
-    ASSERT_TRUE(c.setParamMode(0));
+    ASSERT_NO_FATAL_FAILURE(startUpToDate(c));
     ASSERT_EQ(0, c.setParameters(std::string("(34,61)"), true));
     ASSERT_EQ(0, c.flush());
     m_ops.take();
