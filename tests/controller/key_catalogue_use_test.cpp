@@ -3,9 +3,6 @@
 // catalogue's names. No source declares a key constant of its own
 // ("const int kKeyMirror = 2384;") or tests a key by its bare number
 // ("case 144:", "== 8104").
-#include <dirent.h>
-#include <sys/stat.h>
-
 #include <fstream>
 #include <regex>
 #include <set>
@@ -16,37 +13,13 @@
 #include <gtest/gtest.h>
 
 #include "controller/KeyCatalogue.h"
+#include "support/SourceTree.h"
 
 namespace {
-
-const std::string kSourceRoot = std::string(TARNIX_DEVICES_DIR) + "/..";
 
 // Folders whose sources refer to keys (the catalogue itself excepted).
 const char* const kFolders[] = {"controller", "engine", "handlers",    "scheme",      "config",
                                 "storage",    "tools",  "conformance", "onvif"};
-
-void collectSources(const std::string& p_strDir, std::vector<std::string>& p_vecOut) {
-    DIR* pDir = ::opendir(p_strDir.c_str());
-    ASSERT_NE(nullptr, pDir) << p_strDir;
-    while (dirent* pEntry = ::readdir(pDir)) {
-        const std::string strName = pEntry->d_name;
-        if (strName == "." || strName == "..") {
-            continue;
-        }
-        const std::string strPath = p_strDir + "/" + strName;
-        struct stat st;
-        if (::stat(strPath.c_str(), &st) != 0) {
-            continue;
-        }
-        if (S_ISDIR(st.st_mode)) {
-            collectSources(strPath, p_vecOut);
-        } else if ((strName.size() > 2 && strName.compare(strName.size() - 2, 2, ".h") == 0) ||
-                   (strName.size() > 4 && strName.compare(strName.size() - 4, 4, ".cpp") == 0)) {
-            p_vecOut.push_back(strPath);
-        }
-    }
-    ::closedir(pDir);
-}
 
 // The key ids of the catalogue and its four twins without a row.
 std::set<unsigned long> catalogueIds() {
@@ -127,7 +100,8 @@ std::vector<std::string> codeLines(const std::string& p_strPath) {
 TEST(KeyCatalogueUse, NoSourceDeclaresOrComparesKeysByNumber) {
     std::vector<std::string> vecFiles;
     for (const char* szFolder : kFolders) {
-        collectSources(kSourceRoot + "/" + szFolder, vecFiles);
+        const std::vector<std::string> vecBelow = tarnix_test::sourcesBelow(szFolder);
+        vecFiles.insert(vecFiles.end(), vecBelow.begin(), vecBelow.end());
     }
     ASSERT_GT(vecFiles.size(), 50u);
     const std::set<unsigned long> ids = catalogueIds();
