@@ -491,6 +491,48 @@ BENCHMARK(BM_Uinit)->UseManualTime()->Unit(benchmark::kMicrosecond)->Iterations(
 BENCHMARK(BM_GetUIStyleFile)->UseManualTime()->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_GetAllParameters)->UseManualTime()->Unit(benchmark::kMicrosecond);
 
+// ---------------------------------------------------------------- decision record
+
+// One idle sensor-thread pass under a time plan whose window holds the clock
+// (the pass compares the windows and changes nothing), timed on the
+// benchmark's thread without the pass's one-second sleep, in three set-ups:
+// 0 nothing records the decision (no observer, history off), 1 the history
+// keeps it (the default), 2 an observer is called as well. Baseline: the
+// clock read the pass cannot do without.
+void BM_IdleSensorPass(benchmark::State& state) {
+    Controller c(true);
+    c->setParameters(std::string("(8000,1)"), true); // scheme 0: time plan, window 00:00-24:00
+    // The controller's own thread goes to sleep for good (stop() wakes it),
+    // so that only the benchmark's passes run while the time scale is 0.
+    platform::setTimeScale(1e6);
+    ::usleep(50000);
+    const int nSetup = static_cast<int>(state.range(0));
+    c->setDecisionHistorySize(nSetup == 0 ? 0 : 256); // 256: the default
+    std::atomic<unsigned long long> nSeen(0);
+    if (nSetup == 2) {
+        c->setDecisionObserver([&nSeen](const tarnix::DecisionRecord&) { nSeen.fetch_add(1); });
+    }
+    platform::setTimeScale(0);
+    Pair pair;
+    for (auto _ : state) {
+        double dLib = timed([&] { benchmark::DoNotOptimize(c->sensorThread()); });
+        state.SetIterationTime(dLib);
+        pair.dLib += dLib;
+        pair.dBase += timed([&] { benchmark::DoNotOptimize(PXDeviceTime::getCurrentTime()); });
+    }
+    platform::setTimeScale(kTimeScale);
+    c->setDecisionObserver(nullptr);
+    pair.finish(state);
+    state.counters["observed"] = static_cast<double>(nSeen.load());
+    int nScheme = -1;
+    c->getParamScheme(nScheme);
+    if (nScheme != 0) {
+        state.SkipWithError("the idle pass switched schemes");
+    }
+}
+
+BENCHMARK(BM_IdleSensorPass)->Arg(0)->Arg(1)->Arg(2)->UseManualTime()->Unit(benchmark::kMicrosecond);
+
 // ---------------------------------------------------------------- output
 
 // Console output as usual, and a summary table of library time, baseline

@@ -78,6 +78,9 @@ void DecisionLog::setObserver(Observer p_fnObserver) {
 }
 
 void DecisionLog::setHistorySize(u32 p_nRecords) {
+    if (p_nRecords > kMaxHistory) {
+        p_nRecords = kMaxHistory;
+    }
     lockrank::LeafScope objRank;
     std::lock_guard<std::mutex> lock(m_mutex);
     std::vector<DecisionRecord> vecKept;

@@ -27,8 +27,9 @@ class DecisionLog {
 public:
     using Observer = std::function<void(const DecisionRecord&)>;
 
-    // Records the history keeps unless the host says otherwise.
+    // Records the history keeps unless the host says otherwise, and at most.
     static const u32 kDefaultHistory = 256;
+    static const u32 kMaxHistory = 65536;
     // Records waiting for the observer at most; older ones are dropped.
     static const size_t kMaxQueued = 1024;
 
@@ -47,7 +48,8 @@ public:
     // the apply gate, so no delivery of the old observer is under way on
     // another thread when it returns. Records made before are not delivered.
     void setObserver(Observer p_fnObserver);
-    // Number of records the history keeps (0 keeps none); the newest are kept.
+    // Number of records the history keeps (0 keeps none, at most
+    // kMaxHistory); the newest are kept.
     void setHistorySize(u32 p_nRecords);
     // The records kept, oldest first.
     std::vector<DecisionRecord> history() const;

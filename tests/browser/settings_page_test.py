@@ -313,6 +313,15 @@ def box_scenario(browser, server, out_dir):
              lambda b: b.find_elements(By.CSS_SELECTOR, '#log li.switch[data-to="1"]'))
     check("07:00" in browser.find_element(By.ID, "st-clock").text, "the status bar shows no 07:00 clock")
     print("box: clock 07:00 on the page, the time plan switched to scheme 1, values followed")
+    why = browser.find_element(By.ID, "why")
+    why.click()
+    wait_for(browser, "why? to explain scheme 1 at 07:00",
+             lambda b: "scheme 1 is in force" in b.find_element(By.ID, "why-out").text)
+    check("scheme 1: 00:00-24:00 holds 07:00" in browser.find_element(By.ID, "why-out").text,
+          "why? does not name the window that holds 07:00")
+    why.click()
+    wait_for(browser, "why? to close", lambda b: not b.find_element(By.ID, "why-out").is_displayed())
+    print("box: why? explains scheme 1 by its window")
 
     screenshot = os.path.join(out_dir, "settings-page.png")
     browser.save_screenshot(screenshot)

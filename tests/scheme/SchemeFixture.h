@@ -161,6 +161,18 @@ protected:
         Peer::dnScheme(c) = (mode == 2);
     }
 
+    // A plate-recognition device with three schemes under the time plan:
+    // scheme 2's window is 08:00-12:00 and its brightness 70; the ISP's call
+    // log starts empty.
+    void plateRecognitionTimePlan() {
+        buildCache(3);
+        policy(1);
+        Peer::lprMode(ctl()) = true;
+        window(2, 8, 0, 12, 0);
+        put(2, K_BRIGHTNESS, 70);
+        ispsim::clearCalls();
+    }
+
     // Shortcuts on the fixture's main controller.
     void buildCache(u32 nSchemeSum) { buildCache(ctl(), nSchemeSum); }
     KeyVal* row(u32 s) { return row(ctl(), s); }

@@ -156,12 +156,7 @@ class LprDecisionTest : public DecisionRecordTest {
 protected:
     void SetUp() override {
         DecisionRecordTest::SetUp();
-        buildCache(3);
-        policy(1);
-        Peer::lprMode(ctl()) = true;
-        window(2, 8, 0, 12, 0);
-        put(2, K_BRIGHTNESS, 70);
-        ispsim::clearCalls();
+        plateRecognitionTimePlan();
     }
 };
 
@@ -540,6 +535,13 @@ TEST_F(DecisionRecordTest, HistoryNeverGrowsPastItsSize) {
     EXPECT_TRUE(ctl().getDecisionHistory().empty());
     // The observer still sees every record.
     EXPECT_EQ(21u, seen().size());
+    // A size beyond the largest keeps the largest: 65537 records leave 65536.
+    ctl().setDecisionObserver(nullptr);
+    ctl().setDecisionHistorySize(0xFFFFFFFFu);
+    for (int i = 0; i < 65537; ++i) {
+        ctl().setParamScheme(i % 2);
+    }
+    EXPECT_EQ(65536u, ctl().getDecisionHistory().size());
 }
 
 TEST_F(DecisionRecordTest, DefaultHistoryKeeps256AndFoldsIdlePasses) {

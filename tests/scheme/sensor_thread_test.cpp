@@ -255,12 +255,7 @@ class LprThreadTest : public SensorThreadTest {
 protected:
     void SetUp() override {
         SensorThreadTest::SetUp();
-        buildCache(3);
-        policy(1);
-        Peer::lprMode(ctl()) = true;
-        window(2, 8, 0, 12, 0);
-        put(2, K_BRIGHTNESS, 70);
-        ispsim::clearCalls();
+        plateRecognitionTimePlan();
     }
 };
 

@@ -64,13 +64,13 @@ const CommandHelp kHelp[] = {
      "(the sample trees ship isp/daynight.txt). Prints the scheme at the start, one line per change\n"
      "(time, from, to, forced or differential, ISP calls, reason, keys whose values differ) and a\n"
      "summary: switches, flips within 5 minutes of the switch before, time in each scheme. --json\n"
-     "writes the same as JSON, --svg a chart. Nothing of the device root is changed; in the shell the\n"
-     "clock, the day/night state and the mode are put back afterwards."},
+     "writes the same as JSON, --svg a chart. No scheme file is written and no ISP state kept; in the shell\n"
+     "the clock, the day/night state and the mode are put back afterwards."},
     {"explain", "explain [--at HH:MM] [--json FILE]", "say why the scheme in force at a moment is the one it is",
      "Lets one sensor-thread pass decide at --at (default: the clock as it is) and explains its decision\n"
      "record: the policy in force, the day/night state, every scheme's window and whether it holds\n"
      "the time, the plate-recognition state and the resulting scheme. --json writes the record and\n"
-     "the sentences as JSON. Nothing of the device root is changed."},
+     "the sentences as JSON. No scheme file is written and no ISP state kept."},
     {"shell", "shell", "run commands from stdin on one live controller with its sensor thread running",
      "Besides the controller commands: clock HH:MM|off (fake clock), daynight day|night (the simulated\n"
      "ISP's day/night state), wait N (N sensor-thread passes), log (ISP calls and video notifications\n"

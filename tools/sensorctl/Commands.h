@@ -24,7 +24,7 @@ void printCommandHelp(const CommandHelp& p_stHelp);
 // True for the commands that act on a live controller.
 bool isControllerCommand(const std::string& p_strName);
 // True for the commands that replay the clock (timeline, explain): they
-// leave the device root as it was, the simulated ISP's kept state included.
+// write no scheme file and keep no simulated ISP state in the device root.
 bool isReplayCommand(const std::string& p_strName);
 // Options a controller command accepts besides the global ones.
 std::vector<std::string> controllerCommandOptions(const std::string& p_strName);

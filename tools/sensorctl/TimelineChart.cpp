@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <string>
 
+#include <tinyxml.h>
+
 #include "tools/sensorctl/Output.h"
 #include "tools/sensorctl/Timeline.h"
 
@@ -18,26 +20,10 @@ const double kBottom = 40;
 const double kPlotWidth = 960;
 const double kRowHeight = 36;
 
+// Text as XML character data (TinyXML's encoding of & < > " ').
 std::string escapeXml(const std::string& p_strText) {
-    std::string strOut;
-    for (char c : p_strText) {
-        switch (c) {
-        case '&':
-            strOut += "&amp;";
-            break;
-        case '<':
-            strOut += "&lt;";
-            break;
-        case '>':
-            strOut += "&gt;";
-            break;
-        case '"':
-            strOut += "&quot;";
-            break;
-        default:
-            strOut += c;
-        }
-    }
+    TIXML_STRING strOut;
+    TiXmlBase::EncodeString(p_strText, &strOut);
     return strOut;
 }
 

@@ -13,6 +13,8 @@
 
 #include "controller/KeyCatalogue.h"
 #include "tools/sensorctl/Args.h"
+#include "tools/sensorctl/DecisionJson.h"
+#include "tools/sensorctl/Explain.h"
 #include "tools/sensorctl/KeyNames.h"
 #include "tools/sensorctl/Output.h"
 #include "tools/sensorctl/serve/LiveChannel.h"
@@ -286,6 +288,27 @@ void postParameters(LiveChannel& p_objLive, Response& p_objRes, const ContentRea
 
 void getState(LiveChannel& p_objLive, Response& p_objRes) { sendJson(p_objRes, 200, p_objLive.state()); }
 
+// Why the scheme in force is the one it is: the controller's latest decision
+// record, its explanation in sentences, and the latest switch it recorded.
+void getDecision(LiveChannel& p_objLive, Response& p_objRes) {
+    std::vector<tarnix::DecisionRecord> vecHistory;
+    p_objLive.read("decision", [&](ISensorController& c) { vecHistory = c.getDecisionHistory(); });
+    json body = {{"latest", nullptr}, {"explanation", json::array()}, {"lastSwitch", nullptr}};
+    if (!vecHistory.empty()) {
+        const tarnix::DecisionRecord& stLatest = vecHistory.back();
+        body["latest"] = decisionJson(stLatest);
+        body["explanation"] = explainDecision(stLatest, p_objLive.device().cameraId(),
+                                              storedWindows(p_objLive.device()));
+        for (auto it = vecHistory.rbegin(); it != vecHistory.rend(); ++it) {
+            if (it->outcome == tarnix::DecisionOutcome::Switched) {
+                body["lastSwitch"] = decisionJson(*it);
+                break;
+            }
+        }
+    }
+    sendJson(p_objRes, 200, body);
+}
+
 void getLog(LiveChannel& p_objLive, const Request& p_objReq, Response& p_objRes) {
     uint64_t nSince = 0;
     if (p_objReq.has_param("since")) {
@@ -468,6 +491,7 @@ const Route kRoutes[] = {
     {"/api/style", "GET"},       {"/api/parameters", "GET"}, {"/api/parameters", "POST"}, {"/api/state", "GET"},
     {"/api/log", "GET"},         {"/api/scheme", "POST"},    {"/api/mode", "POST"},       {"/api/flush", "POST"},
     {"/api/reset", "POST"},      {"/api/clock", "POST"},     {"/api/daynight", "POST"},   {"/api/reload", "POST"},
+    {"/api/decision", "GET"},
 };
 
 void methodNotAllowed(const Request& p_objReq, Response& p_objRes) {
@@ -490,6 +514,7 @@ void installSettingsRoutes(httplib::Server& p_objServer, LiveChannel& p_objLive)
     p_objServer.Get("/api/parameters", [live](const Request&, Response& res) { getParameters(*live, res); });
     p_objServer.Get("/api/state", [live](const Request&, Response& res) { getState(*live, res); });
     p_objServer.Get("/api/log", [live](const Request& req, Response& res) { getLog(*live, req, res); });
+    p_objServer.Get("/api/decision", [live](const Request&, Response& res) { getDecision(*live, res); });
     using PostHandler = void (*)(LiveChannel&, Response&, const ContentReader&);
     const std::pair<const char*, PostHandler> posts[] = {
         {"/api/parameters", postParameters}, {"/api/scheme", postScheme}, {"/api/mode", postMode},
