@@ -198,21 +198,29 @@ TEST_F(SoapServiceTest, FaultsEchoingRequestTextAreWellFormed) {
     serve("box");
     const std::string kFffd = "\xEF\xBF\xBD";
     // An operation name ending in a UTF-8 lead byte: echoed as it came, the
-    // byte would swallow the "</" of the fault's closing text element.
+    // byte would swallow the "</" of the fault's closing text element. The
+    // request is not UTF-8 and is refused before it is parsed.
     Reply name(m_pService->handle(OnvifService::kImagingPath,
                                   envelope(securityHeader("admin", "p4ss"), std::string("<Get\xF0 ") + kImg + "/>")));
-    EXPECT_EQ(name.status, 500);
-    EXPECT_EQ(name.faultSubcodes(), "ter:ActionNotSupported");
-    EXPECT_EQ(name.text("Reason/Text"), "Optional Action Not Implemented: Get" + kFffd);
-    // A category decoded from character references that XML does not allow,
-    // and a field name with a stray continuation byte.
-    Reply category(call(OnvifService::kDevicePath,
-                        std::string("<GetCapabilities ") + kDev + "><Category>A&#1;\x80</Category></GetCapabilities>"));
+    EXPECT_EQ(name.status, 400);
+    EXPECT_EQ(name.faultSubcodes(), "ter:WellFormed");
+    // Character references decode into what XML does not allow (a control
+    // character, a surrogate, U+FFFE): echoed, each becomes U+FFFD.
+    Reply category(call(OnvifService::kDevicePath, std::string("<GetCapabilities ") + kDev +
+                                                       "><Category>A&#1;&#xD800;&#xFFFE;</Category></GetCapabilities>"));
     EXPECT_EQ(category.faultSubcodes(), "ter:ActionNotSupported ter:NoSuchService");
-    EXPECT_EQ(category.text("Reason/Text"), "This device has no A" + kFffd + kFffd + " service");
-    Reply field(setSettings(std::string("<Bright\xC3 ") + kTt + ">70</Bright\xC3>"));
+    EXPECT_EQ(category.text("Reason/Text"), "This device has no A" + kFffd + kFffd + kFffd + kFffd + kFffd + " service");
+    Reply field(setSettings(std::string("<Brightness ") + kTt + ">7&#x110000;</Brightness>"));
     EXPECT_EQ(field.faultSubcodes(), "ter:InvalidArgVal ter:SettingsInvalid");
-    EXPECT_NE(field.text("Reason/Text").find("Bright" + kFffd), std::string::npos) << field.body;
+    EXPECT_NE(field.text("Reason/Text").find("'7" + kFffd), std::string::npos) << field.body;
+    // Every answer is UTF-8 with nothing XML disallows.
+    for (const Reply* r : {&name, &category, &field}) {
+        EXPECT_TRUE(isUtf8(r->body));
+        for (char c : r->body) {
+            EXPECT_TRUE(static_cast<unsigned char>(c) >= 0x20 || c == '\n') << r->body;
+        }
+        EXPECT_EQ(r->body.find("\xEF\xBF\xBE"), std::string::npos);
+    }
 }
 
 TEST_F(SoapServiceTest, ServicesAndCapabilitiesNameTheRequestHost) {
