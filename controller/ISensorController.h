@@ -344,6 +344,9 @@ private:
     bool refusedInsideOwnCallback(const tarnix::diag::Site& p_stSite, const char* p_szCall) const;
     // The module configuration resetParameters initialises with.
     ModuleConfigure moduleForReset() const;
+    // Reads user scheme p_nScheme's file into p_pRecords, reporting a failed
+    // read under the caller's name (getAllParameters, resetToLastParameters).
+    void readSchemeFile(const tarnix::diag::Site& p_stSite, u32 p_nScheme, KeyVal* p_pRecords);
 
     SysConfig m_stSysConf;
     int m_nCameraID;

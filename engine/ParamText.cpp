@@ -93,13 +93,9 @@ bool ISensorController::getAllParameters(std::string& p_strOut) {
         if (nCurScheme >= m_stSysConf.nSchemeSum) {
             return true;
         }
-        std::string strName = schemeFileName(nCurScheme);
         tarnix::WorkArray objWork(m_pstKeyValTmp, m_nKeyValTmpCap, m_nKeyValTmpUsers, m_nKeyValSum, true);
         KeyVal* pWork = objWork.data();
-        nRet = keyValFromFile(&strName[0], pWork, m_nKeyValSum);
-        SENSOR_ASSERT_T(SNS_SUCCESS == nRet,
-                        "SNS_SUCCESS == keyValFromFile(szTmp, m_pstKeyValTmp, m_nKeyValSum)",
-                        "szTmp(%s), m_nKeyValSum(%d)\n", strName.c_str(), static_cast<int>(m_nKeyValSum));
+        readSchemeFile(SENSOR_SITE(), nCurScheme, pWork);
         keyval_st2str(p_strOut, pWork, m_nKeyValSum);
         return true;
     }

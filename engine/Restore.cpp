@@ -60,17 +60,13 @@ bool ISensorController::resetToLastParameters() {
     if (nCurScheme >= m_stSysConf.nSchemeSum) {
         return true;
     }
-    std::string strName = schemeFileName(nCurScheme);
     raiseBusy(FLAG_RESTORING);
 
     int nRet = SNS_SUCCESS;
     {
         tarnix::WorkArray objWork(m_pstKeyValTmp, m_nKeyValTmpCap, m_nKeyValTmpUsers, m_nKeyValSum, true);
         KeyVal* pWork = objWork.data();
-        nRet = keyValFromFile(&strName[0], pWork, m_nKeyValSum);
-        SENSOR_ASSERT_T(SNS_SUCCESS == nRet,
-                        "SNS_SUCCESS == keyValFromFile(szTmp, m_pstKeyValTmp, m_nKeyValSum)",
-                        "szTmp(%s), m_nKeyValSum(%d)\n", strName.c_str(), static_cast<int>(m_nKeyValSum));
+        readSchemeFile(SENSOR_SITE(), nCurScheme, pWork);
 
         // Only records that differ from the cache reach the ISP; the cache
         // takes the file's values.
@@ -112,6 +108,17 @@ bool ISensorController::resetParameters() {
     stRecord.to = m_nCurScheme.load();
     endDecision(stRecord);
     return true;
+}
+
+// Reads the file of user scheme p_nScheme into p_pRecords (m_nKeyValSum
+// records). A failed read is reported under the caller's name; the records
+// the file did not cover keep what they held.
+void ISensorController::readSchemeFile(const tarnix::diag::Site& p_stSite, u32 p_nScheme, KeyVal* p_pRecords) {
+    std::string strName = schemeFileName(p_nScheme);
+    const int nRet = keyValFromFile(&strName[0], p_pRecords, m_nKeyValSum);
+    SENSOR_ASSERT_FOR(p_stSite, __LINE__, SNS_SUCCESS == nRet,
+                      "SNS_SUCCESS == keyValFromFile(szTmp, m_pstKeyValTmp, m_nKeyValSum)",
+                      "szTmp(%s), m_nKeyValSum(%d)\n", strName.c_str(), static_cast<int>(m_nKeyValSum));
 }
 
 // The module configuration a factory reset initialises with. At high debug

@@ -30,11 +30,6 @@ ISensorController* g_pController = nullptr;
 tarnix::onvif::OnvifService* g_pSecured = nullptr;
 tarnix::onvif::OnvifService* g_pOpen = nullptr;
 std::string g_strProfile;
-unsigned long g_nRuns = 0;
-
-// The simulator logs every call; it is reset now and then so that a long
-// run keeps a flat memory profile.
-const unsigned long kIspResetEvery = 4096;
 const size_t kMaxBody = 16 * 1024;
 
 void shutDown() {
@@ -73,11 +68,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size == 0) {
         return 0;
     }
-    if (++g_nRuns % kIspResetEvery == 0) {
-        ispsim::reset();
-        ispsim::loadProfile(g_strProfile);
-    }
-    ispsim::clearCalls();
+    tarnix_fuzz::beginIspRun(g_strProfile);
 
     static const char* const kPaths[] = {tarnix::onvif::OnvifService::kDevicePath,
                                          tarnix::onvif::OnvifService::kMediaPath,

@@ -116,4 +116,18 @@ inline ISensorController* startController(const std::string& p_strModel, std::st
     return pController;
 }
 
+// Starts one input on the controller of startController: the simulated ISP
+// logs every call and keeps every command it was ever sent, so the log is
+// cleared before each input and the ISP is reloaded from p_strProfile every
+// 4096 inputs; a long run keeps a flat memory profile.
+inline void beginIspRun(const std::string& p_strProfile) {
+    static unsigned long s_nRuns = 0;
+    const unsigned long kIspResetEvery = 4096;
+    if (++s_nRuns % kIspResetEvery == 0) {
+        ispsim::reset();
+        ispsim::loadProfile(p_strProfile);
+    }
+    ispsim::clearCalls();
+}
+
 } // namespace tarnix_fuzz

@@ -23,11 +23,6 @@ namespace {
 
 ISensorController* g_pController = nullptr;
 std::string g_strProfile;
-unsigned long g_nRuns = 0;
-
-// The simulator logs every call and keeps every command it was ever sent;
-// both are trimmed so that a long run keeps a flat memory profile.
-const unsigned long kIspResetEvery = 4096;
 
 void shutDown() {
     if (g_pController != nullptr) {
@@ -64,11 +59,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size == 0) {
         return 0;
     }
-    if (++g_nRuns % kIspResetEvery == 0) {
-        ispsim::reset();
-        ispsim::loadProfile(g_strProfile);
-    }
-    ispsim::clearCalls();
+    tarnix_fuzz::beginIspRun(g_strProfile);
 
     const uint8_t nMode = data[0];
     const std::string strText(reinterpret_cast<const char*>(data + 1), size - 1);
