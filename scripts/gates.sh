@@ -17,8 +17,9 @@
 #   scripts/gates.sh update-footprint OUTDIR AARCH64     rewrite the footprint budget (on purpose)
 #
 # OUTDIR/build is a Release build of the library and the gate programs
-# (bench/gates, bench/day); OUTDIR also keeps the callgrind and memcheck
-# outputs. The counts are those of Debian 12 on x86-64 (GCC 12, glibc 2.36,
+# (bench/gates, bench/day), configured as scripts/bench.sh configures its
+# tree, so that both scripts can share one OUTDIR; OUTDIR also keeps the
+# callgrind and memcheck outputs. The counts are those of Debian 12 on x86-64 (GCC 12, glibc 2.36,
 # TinyXML 2.6.2, valgrind 3.19); another toolchain needs its own baseline.
 # Environment: JOBS (build jobs, default nproc).
 set -euo pipefail
@@ -58,9 +59,10 @@ die() { echo "gates.sh: $*" >&2; exit 1; }
 build() {
     scripts/deps.sh gates
     say "building the gate programs (Release, $OUT/build)"
-    cmake -S "$SRC" -B "$OUT/build" -DCMAKE_BUILD_TYPE=Release -DTARNIX_WERROR=ON -DTARNIX_BUILD_BENCH=ON \
-        -DTARNIX_BUILD_TESTS=OFF -DTARNIX_BUILD_TOOLS=OFF -DTARNIX_BUILD_CONFORMANCE=OFF -DTARNIX_WITH_ONVIF=OFF \
-        >"$OUT/configure.log" 2>&1 || { cat "$OUT/configure.log"; die "configuring failed"; }
+    # The configuration of scripts/bench.sh: the two can share OUTDIR, and
+    # then only the gate programs are built here.
+    cmake -S "$SRC" -B "$OUT/build" -DCMAKE_BUILD_TYPE=Release -DTARNIX_BUILD_TESTS=OFF -DTARNIX_BUILD_TOOLS=OFF \
+        -DTARNIX_BUILD_BENCH=ON >"$OUT/configure.log" 2>&1 || { cat "$OUT/configure.log"; die "configuring failed"; }
     cmake --build "$OUT/build" -j"$JOBS" --target tarnix_opcount tarnix_heap tarnix_day >"$OUT/build.log" 2>&1 ||
         { tail -40 "$OUT/build.log"; die "building failed (log: $OUT/build.log)"; }
     echo "built in $(($(date +%s) - START)) s"
@@ -122,7 +124,7 @@ count_op() { # op
     # every machine, so the counts do not depend on the CPU.
     GLIBC_TUNABLES=$GLIBC_BASELINE valgrind --tool=callgrind --collect-atstart=no --separate-threads=yes \
         --callgrind-out-file="$dir/callgrind.out" "$OUT/build/bench/tarnix_opcount" --op "$op" \
-        --root "$OUT/root-$op" >"$dir/run.log" 2>&1 || { cat "$dir/run.log" >&2; return 1; }
+        >"$dir/run.log" 2>&1 || { cat "$dir/run.log" >&2; return 1; }
     local count
     count=$(sed -n 's/^summary: *//p' "$dir/callgrind.out-01")
     [[ -n $count ]] || { echo "gates.sh: no count for $op in $dir" >&2; return 1; }

@@ -12,12 +12,14 @@
 //   tarnix_opcount --list
 //   tarnix_opcount --op NAME [--root DIR]
 //
-// DIR: the device root (made, or emptied when this program made it before);
-// a fixed directory keeps path lengths, and with them the counts, the same
-// from run to run. Default: a temporary directory.
+// DIR: the device root (made, or emptied when this program made it before).
+// Default: a new directory /tmp/tarnix-box-XXXXXX (whatever TMPDIR says),
+// removed at the end: its name has the same length on every machine, and
+// so the device paths, whose length shows in the counts, are the same too.
 #include <valgrind/callgrind.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <iostream>
 #include <string>
 
@@ -36,7 +38,7 @@ int main(int argc, char** argv) {
     std::string strRoot;
     bool bList = false;
     app.add_option("--op", strOp, "the operation (--list names them)");
-    app.add_option("--root", strRoot, "device root directory (default: a temporary one)");
+    app.add_option("--root", strRoot, "device root directory (default: a new one under /tmp)");
     app.add_flag("--list", bList, "list the operations and exit");
     CLI11_PARSE(app, argc, argv);
 
@@ -61,6 +63,9 @@ int main(int argc, char** argv) {
     g_bEnAssert = false;
     // The preparation's first init finds no scheme files and writes them,
     // so that every later init finds an up-to-date device.
+    if (strRoot.empty()) {
+        ::setenv("TMPDIR", "/tmp", 1);
+    }
     BoxCamera objCamera(strRoot);
 
     OpSession s(objCamera);
