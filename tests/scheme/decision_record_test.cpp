@@ -46,6 +46,14 @@ protected:
         return m_vecSeen;
     }
 
+    // The record is a switch from p_nFrom to p_nTo, forced or differential.
+    static void expectSwitch(const DecisionRecord& r, int p_nFrom, int p_nTo, bool p_bForced) {
+        EXPECT_EQ(DecisionOutcome::Switched, r.outcome);
+        EXPECT_EQ(p_nFrom, r.from);
+        EXPECT_EQ(p_nTo, r.to);
+        EXPECT_EQ(p_bForced, r.forced);
+    }
+
     // ISP calls of the simulator's log since the last clear.
     static u32 loggedCalls() { return static_cast<u32>(ispsim::calls().size()); }
 
@@ -104,10 +112,7 @@ TEST_F(DecisionRecordTest, TimePlanOutsideEnteringStayingAndLeavingAWindow) {
     EXPECT_EQ(2, r.matchedWindow);
     EXPECT_EQ(1, r.schedule);
     EXPECT_EQ(2, r.selected);
-    EXPECT_EQ(DecisionOutcome::Switched, r.outcome);
-    EXPECT_EQ(0, r.from);
-    EXPECT_EQ(2, r.to);
-    EXPECT_FALSE(r.forced);
+    expectSwitch(r, 0, 2, false);
     EXPECT_EQ(2u, r.ispCalls);
     EXPECT_EQ(loggedCalls(), r.ispCalls);
     EXPECT_EQ("09:30 pass: switched 0 -> 2 (differential, 2 ISP calls): time plan: the window 08:00-12:00 of "
@@ -128,9 +133,7 @@ TEST_F(DecisionRecordTest, TimePlanOutsideEnteringStayingAndLeavingAWindow) {
     r = pass();
     EXPECT_EQ(-1, r.matchedWindow);
     EXPECT_EQ(0, r.schedule);
-    EXPECT_EQ(DecisionOutcome::Switched, r.outcome);
-    EXPECT_EQ(2, r.from);
-    EXPECT_EQ(0, r.to);
+    expectSwitch(r, 2, 0, false);
     EXPECT_EQ(loggedCalls(), r.ispCalls);
     EXPECT_EQ(2u, r.ispCalls);
 }
@@ -167,11 +170,8 @@ TEST_F(LprDecisionTest, EnteringStayingAndReturningInsideAWindow) {
     EXPECT_EQ(1, r.schedule);
     EXPECT_EQ(0u, r.lastSchedule);
     EXPECT_EQ(1u, r.lastScheduleAfter);
-    EXPECT_EQ(DecisionOutcome::Switched, r.outcome);
-    EXPECT_TRUE(r.forced);
+    expectSwitch(r, 0, 2, true);
     EXPECT_FALSE(r.dnModeZeroed);
-    EXPECT_EQ(0, r.from);
-    EXPECT_EQ(2, r.to);
     // A forced apply sends every entry of the scheme that has an ISP command.
     EXPECT_EQ(loggedCalls(), r.ispCalls);
     EXPECT_EQ(11u, r.ispCalls);
@@ -188,10 +188,7 @@ TEST_F(LprDecisionTest, EnteringStayingAndReturningInsideAWindow) {
     EXPECT_TRUE(ctl().setParamScheme(0));
     ispsim::clearCalls();
     r = pass();
-    EXPECT_EQ(DecisionOutcome::Switched, r.outcome);
-    EXPECT_FALSE(r.forced);
-    EXPECT_EQ(0, r.from);
-    EXPECT_EQ(2, r.to);
+    expectSwitch(r, 0, 2, false);
     EXPECT_EQ(1u, r.ispCalls);
     EXPECT_EQ(loggedCalls(), r.ispCalls);
 }
@@ -210,11 +207,8 @@ TEST_F(LprDecisionTest, LeavingTheWindowAppliesTheDayNightSchemeWithModeZero) {
     EXPECT_EQ(1u, r.lastSchedule);
     EXPECT_EQ(0u, r.lastScheduleAfter);
     EXPECT_EQ(1, r.selected);
-    EXPECT_EQ(DecisionOutcome::Switched, r.outcome);
-    EXPECT_TRUE(r.forced);
+    expectSwitch(r, 2, 1, true);
     EXPECT_TRUE(r.dnModeZeroed);
-    EXPECT_EQ(2, r.from);
-    EXPECT_EQ(1, r.to);
     // The day/night read is the pass's own, not the switch's.
     EXPECT_EQ(loggedCalls() - 1, r.ispCalls);
     EXPECT_EQ("time plan: no window holds 13:00; outside every window the ISP reports night, which selects "
@@ -251,19 +245,14 @@ TEST_F(DecisionRecordTest, DayNightPolicyWithAFlip) {
     r = pass();
     EXPECT_EQ(1, r.dnState);
     EXPECT_EQ(1, r.selected);
-    EXPECT_EQ(DecisionOutcome::Switched, r.outcome);
-    EXPECT_EQ(0, r.from);
-    EXPECT_EQ(1, r.to);
-    EXPECT_FALSE(r.forced);
+    expectSwitch(r, 0, 1, false);
     EXPECT_EQ(1u, r.ispCalls);
     EXPECT_EQ(loggedCalls() - 1, r.ispCalls); // besides the state read
     EXPECT_EQ("day/night policy: the ISP reports night, which selects scheme 1", tarnix::decisionReason(r));
 
     night(false);
     r = pass();
-    EXPECT_EQ(DecisionOutcome::Switched, r.outcome);
-    EXPECT_EQ(1, r.from);
-    EXPECT_EQ(0, r.to);
+    expectSwitch(r, 1, 0, false);
 }
 
 TEST_F(DecisionRecordTest, FailedDayNightReadIsRecorded) {
@@ -365,10 +354,7 @@ TEST_F(DecisionRecordTest, HostSetParamSchemeLeavesOneRecord) {
     const DecisionRecord& r = vec[0];
     EXPECT_EQ(DecisionSource::SetScheme, r.source);
     EXPECT_EQ(1, r.requested);
-    EXPECT_EQ(DecisionOutcome::Switched, r.outcome);
-    EXPECT_EQ(0, r.from);
-    EXPECT_EQ(1, r.to);
-    EXPECT_FALSE(r.forced);
+    expectSwitch(r, 0, 1, false);
     EXPECT_EQ(3u, r.ispCalls);
     EXPECT_EQ(loggedCalls(), r.ispCalls);
     EXPECT_EQ(0u, r.busyWaits);
