@@ -11,6 +11,13 @@
 #include "platform/SystemInfoParser.h"
 #include "platform/posix/PlatformControl.h"
 
+// The installed headers give a host the controller and its types, never the
+// library's own report, trace or lock macros.
+#if defined(SENSOR_ASSERT) || defined(SENSOR_ASSERT_T) || defined(SENSOR_TRACE) || defined(SENSOR_SITE) || \
+    defined(SNS_SOURCE_FILE) || defined(SENSOR_PARAM_LOCK)
+#error "an internal macro of the library reached the host through the installed headers"
+#endif
+
 int main(int argc, char** argv) {
     if (argc != 2) {
         std::fprintf(stderr, "usage: minimal_host DEVICE_ROOT\n");
