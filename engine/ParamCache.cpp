@@ -27,6 +27,13 @@ const u32 kLightTypeIntelligent = 2;
 // infrared power is limited.
 const u32 kIrPowerLimit = 100;
 
+// A failed record answers with its key negated. Keys come from web text and
+// may exceed INT_MAX; the negation wraps in unsigned arithmetic so such a key
+// gives the same two's-complement result without a signed overflow.
+int negatedKey(u32 p_nKey) {
+    return static_cast<int>(0u - p_nKey);
+}
+
 // Keys that are only kept in the cache: the scheme time span and the empty keys.
 bool isCacheOnlyKey(u32 p_nKey) {
     switch (p_nKey) {
@@ -243,7 +250,7 @@ int ISensorController::setParameters(KeyVal* p_pKeyval, u32 p_nCount, bool p_bCa
             const bool bApply = copyDayNightKey(stRecord, nCurScheme);
             if (exceedsIrPowerCap(stSite, stRecord, nCurScheme)) {
                 // The result names the first record of the list, not this one.
-                return -static_cast<int>(p_pKeyval[0].key);
+                return negatedKey(p_pKeyval[0].key);
             }
             u32 nCmdKey = stRecord.key;
             if (!selectLiveLightKey(stRecord, nCurScheme, nCmdKey)) {
@@ -434,7 +441,7 @@ int ISensorController::callKeyHandler(const tarnix::diag::Site& p_stSite, const 
                          strName.c_str(), static_cast<int>(p_stRow.key), static_cast<int>(p_stRecord.value),
                          strFunc.c_str(), static_cast<int>(p_stRow.ia_cmd), nRet);
     }
-    return -static_cast<int>(p_stRow.key);
+    return negatedKey(p_stRow.key);
 }
 
 // The cache write: the record's value, as the handler left it, goes into the

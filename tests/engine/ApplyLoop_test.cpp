@@ -3,6 +3,8 @@
 // recording video module and the console.
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "support/BareController.h"
 #include "support/RecordingVideoModule.h"
 #include "support/TestEnv.h"
@@ -515,6 +517,20 @@ TEST_F(ApplyLoopTest, UnknownKeyIsSentWithItsOwnNumber) {
     EXPECT_EQ((CallList{{4242, 5}}), setCalls());
     EXPECT_TRUE(out.find("not find (4242)") < out.find("====================== set unknow key"));
     EXPECT_NE(std::string::npos, errorLog().find("p_pKeyval[0].key(4242)"));
+}
+
+// A record whose key is beyond INT_MAX fails with the key negated in
+// two's complement: key 0x80000000 gives INT_MIN, key 0xFFFFFFFF gives 1.
+TEST_F(ApplyLoopTest, AFailedKeyBeyondIntMaxIsNegatedWithoutOverflow) {
+    BareController bare(tarnix_test::typicalFactoryList(), 4);
+    ispsim::setFailure(-1, 0x80000000u, 0, -7);
+    ispsim::setFailure(-1, 0xFFFFFFFFu, 0, -7);
+    KeyVal recLow = {0x80000000u, 5};
+    KeyVal recHigh = {0xFFFFFFFFu, 5};
+    captureStdout();
+    EXPECT_EQ(std::numeric_limits<int>::min(), bare->setParameters(&recLow, 1, true));
+    EXPECT_EQ(1, bare->setParameters(&recHigh, 1, true));
+    capturedStdout();
 }
 
 // The loop's steps report under the loop's own name: an aborting report
