@@ -8,6 +8,8 @@
 
 #include <tinyxml.h>
 
+#include "config/StyleXml.h"
+
 namespace tarnix {
 namespace onvif {
 
@@ -101,8 +103,10 @@ bool StyleItem::allows(int value) const {
 StyleItems StyleItems::fromStyle(const std::string& styleXml) {
     StyleItems result;
     TiXmlDocument doc;
-    doc.Parse(styleXml.c_str(), nullptr, TIXML_ENCODING_UTF8);
-    if (!doc.Error()) {
+    // The style comes from the product's files: parse it the way the library
+    // does, on a padded copy, so a stray UTF-8 lead byte at its end cannot
+    // carry the parser past the text.
+    if (LoadMem(doc, styleXml.c_str(), TIXML_ENCODING_UTF8)) {
         collect(doc.RootElement(), result.m_items);
     }
     return result;

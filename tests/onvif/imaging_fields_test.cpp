@@ -162,6 +162,19 @@ TEST(StyleItemsTest, ChoicesRangesAndTheLastOfTwoEqualIds) {
     EXPECT_EQ(StyleItems::fromStyle("<broken").size(), 0u);
 }
 
+// A style whose last bytes are a UTF-8 lead byte parses within its own
+// text: the sanitizer builds fail on any read past it.
+TEST(StyleItemsTest, ALeadByteAtTheEndOfAStyleStaysInsideIt) {
+    for (const char* tail : {"\xF4", "\xE2\x82", "<\xF0", "<item id=\"\xF8"}) {
+        const std::string style = std::string("<style><tab key=\"a\"><item id=\"34\" min=\"0\" max=\"9\"/>") + tail;
+        StyleItems items = StyleItems::fromStyle(style);
+        EXPECT_EQ(items.size(), 0u) << style;
+    }
+    // The same style, closed, is read.
+    EXPECT_NE(StyleItems::fromStyle("<style><tab key=\"a\"><item id=\"34\" min=\"0\" max=\"9\"/></tab></style>").find(34),
+              nullptr);
+}
+
 TEST(SoapXmlTest, ElementStartCountNeverUndercounts) {
     EXPECT_EQ(elementStartCount("<a><b/><c x='<d'>text &lt; < 1</c></a>"), 4u);
     EXPECT_EQ(elementStartCount("<_a>< b><\xC3\xA9/>"), 2u);
