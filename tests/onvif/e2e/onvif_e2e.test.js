@@ -7,10 +7,8 @@
 // action with the ISP calls it caused) and the scheme file on disk. A wrong
 // password is refused.
 //
-// Environment: SENSORCTL (the built sensorctl program; when unset, the
-// sensorctl of the build tree that ONVIF_TEST_SERVER names, <build>/tools/
-// sensorctl), TARNIX_DEVICES (the sample device trees, default
-// ../../../devices).
+// Environment: SENSORCTL (the built sensorctl program, required),
+// TARNIX_DEVICES (the sample device trees, default ../../../devices).
 'use strict';
 
 const test = require('node:test');
@@ -22,10 +20,7 @@ const path = require('node:path');
 const { spawn } = require('node:child_process');
 const { Cam } = require('onvif');
 
-const SENSORCTL =
-  process.env.SENSORCTL ||
-  (process.env.ONVIF_TEST_SERVER &&
-    path.join(path.dirname(process.env.ONVIF_TEST_SERVER), '..', 'tools', 'sensorctl'));
+const SENSORCTL = process.env.SENSORCTL;
 const DEVICES = process.env.TARNIX_DEVICES || path.join(__dirname, '..', '..', '..', 'devices');
 const USER = 'admin';
 const PASSWORD = 'tarnix-e2e';
