@@ -5,7 +5,9 @@
 # A test fails here exactly as it does in a native build: ctest runs every
 # test program through the emulator set in cmake/toolchain-aarch64.cmake.
 #
-# Usage: scripts/test-aarch64.sh OUTDIR
+# Usage: scripts/test-aarch64.sh OUTDIR [CMAKE-ARGS...]
+#   CMAKE-ARGS are added to the configuration (scripts/test.sh passes its
+#   build flags).
 # Environment: JOBS (default nproc), TARNIX_CTEST_TIMEOUT (seconds per test
 # without a limit of its own, default 900: emulation is several times slower
 # than native).
@@ -13,11 +15,13 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 SRC=$(pwd)
 
-if [[ $# -ne 1 ]]; then
-    echo "usage: $0 OUTDIR" >&2
+if [[ $# -lt 1 ]]; then
+    echo "usage: $0 OUTDIR [CMAKE-ARGS...]" >&2
     exit 2
 fi
 OUT=$1
+shift
+EXTRA_CMAKE_ARGS=("$@")
 JOBS=${JOBS:-$(nproc)}
 TIMEOUT=${TARNIX_CTEST_TIMEOUT:-900}
 START=$(date +%s)
@@ -66,7 +70,7 @@ echo "test-aarch64: configuring $OUT"
 cmake -S "$SRC" -B "$OUT" \
     -DCMAKE_TOOLCHAIN_FILE="$SRC/cmake/toolchain-aarch64.cmake" \
     -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTARNIX_WERROR=ON -DTARNIX_BUILD_TESTS=ON -DTARNIX_WITH_ONVIF=OFF \
-    >"$OUT.configure.log" 2>&1 || { cat "$OUT.configure.log"; exit 1; }
+    "${EXTRA_CMAKE_ARGS[@]}" >"$OUT.configure.log" 2>&1 || { cat "$OUT.configure.log"; exit 1; }
 
 # Every dependency must be the arm64 copy, never the host's.
 for var in TINYXML_LIBRARY GTest_DIR; do
