@@ -101,4 +101,16 @@ protected:
     std::string m_strProgram;
 };
 
+// A fixture whose <cam> holds the sample box camera from the start.
+class SensorctlBoxTest : public SensorctlTest {
+protected:
+    void SetUp() override {
+        SensorctlTest::SetUp();
+        if (IsSkipped()) {
+            return;
+        }
+        initCam("box");
+    }
+};
+
 } // namespace sensorctl_test

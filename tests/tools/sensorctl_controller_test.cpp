@@ -15,15 +15,8 @@ namespace {
 const char* const kScheme0 = "/mnt/mtd/code/config_file/sensor1_0.cfg";
 const char* const kScheme1 = "/mnt/mtd/code/config_file/sensor1_1.cfg";
 
-class SensorctlControllerTest : public SensorctlTest {
+class SensorctlControllerTest : public SensorctlBoxTest {
 protected:
-    void SetUp() override {
-        SensorctlTest::SetUp();
-        if (IsSkipped()) {
-            return;
-        }
-        initCam("box");
-    }
     void appendToProfile(const std::string& p_strLine) const {
         std::ofstream out(camPath("/isp/profile.conf"), std::ios::app);
         out << p_strLine << "\n";

@@ -11,15 +11,8 @@ using namespace sensorctl_test;
 
 namespace {
 
-class SensorctlShellTest : public SensorctlTest {
+class SensorctlShellTest : public SensorctlBoxTest {
 protected:
-    void SetUp() override {
-        SensorctlTest::SetUp();
-        if (IsSkipped()) {
-            return;
-        }
-        initCam("box");
-    }
     // Index of the first line equal to p_strLine at or after p_nFrom; -1 when none.
     static long indexOf(const std::vector<std::string>& p_vecLines, const std::string& p_strLine, size_t p_nFrom = 0) {
         for (size_t i = p_nFrom; i < p_vecLines.size(); ++i) {

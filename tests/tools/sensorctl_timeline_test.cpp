@@ -18,15 +18,8 @@ using namespace sensorctl_test;
 
 namespace {
 
-class SensorctlTimelineTest : public SensorctlTest {
+class SensorctlTimelineTest : public SensorctlBoxTest {
 protected:
-    void SetUp() override {
-        SensorctlTest::SetUp();
-        if (IsSkipped()) {
-            return;
-        }
-        initCam("box");
-    }
 
     // Windows of the box camera's four schemes, stored through the shell:
     //   scheme 0 06:00-12:00, scheme mode 1 (time plan), brightness 50 and saturation 50 (factory)
