@@ -48,33 +48,33 @@ std::string durationText(long p_nMinutes) {
 }
 
 std::string dayPrefix(const TimelineResult& p_stResult, int p_nDay) {
-    return p_stResult.spec.days > 1 ? format("day %d ", p_nDay) : std::string();
+    return p_stResult.range.days > 1 ? format("day %d ", p_nDay) : std::string();
 }
 
 } // namespace
 
 std::string minuteText(int p_nMinute) { return format("%02d:%02d", p_nMinute / 60, p_nMinute % 60); }
 
-TimelineResult replayTimeline(Session& p_objSession, const TimelineSpec& p_stSpec) {
+TimelineResult replayTimeline(Session& p_objSession, const TimelineRange& p_stRange) {
     TimelineResult stResult;
-    stResult.spec = p_stSpec;
+    stResult.range = p_stRange;
     stResult.channel = p_objSession.device().cameraId();
     ISensorController& ctl = p_objSession.controller();
-    const bool bProgress = p_stSpec.days > 1 && ::isatty(STDERR_FILENO) != 0;
+    const bool bProgress = p_stRange.days > 1 && ::isatty(STDERR_FILENO) != 0;
 
     SchemeReplay objReplay(p_objSession);
     std::vector<KeyVal> vecValues;
     bool bStarted = false;
     bool bSwitchedBefore = false;
     long nLastSwitch = 0;
-    const int nSpan = p_stSpec.toMinute - p_stSpec.fromMinute;
-    for (int nDay = 0; nDay < p_stSpec.days; ++nDay) {
+    const int nSpan = p_stRange.toMinute - p_stRange.fromMinute;
+    for (int nDay = 0; nDay < p_stRange.days; ++nDay) {
         if (bProgress) {
-            std::fprintf(stderr, "sensorctl: timeline: day %d of %d\r", nDay + 1, p_stSpec.days);
+            std::fprintf(stderr, "sensorctl: timeline: day %d of %d\r", nDay + 1, p_stRange.days);
             std::fflush(stderr);
         }
-        for (int nMinute = p_stSpec.fromMinute; nMinute < p_stSpec.toMinute; nMinute += p_stSpec.stepMinutes) {
-            const int nDayNight = p_stSpec.profile != nullptr ? p_stSpec.profile->stateAt(nMinute) : -1;
+        for (int nMinute = p_stRange.fromMinute; nMinute < p_stRange.toMinute; nMinute += p_stRange.stepMinutes) {
+            const int nDayNight = p_stRange.profile != nullptr ? p_stRange.profile->stateAt(nMinute) : -1;
             const tarnix::DecisionRecord stRecord = objReplay.decideAt(nMinute / 60, nMinute % 60, nDayNight);
             if (!bStarted) {
                 stResult.start = stRecord;
@@ -88,14 +88,14 @@ TimelineResult replayTimeline(Session& p_objSession, const TimelineSpec& p_stSpe
                 std::vector<KeyVal> vecNew = currentValues(ctl);
                 stChange.keys = changedKeys(vecValues, vecNew);
                 vecValues.swap(vecNew);
-                const long nAt = static_cast<long>(nDay) * nSpan + (nMinute - p_stSpec.fromMinute);
+                const long nAt = static_cast<long>(nDay) * nSpan + (nMinute - p_stRange.fromMinute);
                 stChange.flip = bSwitchedBefore && nAt - nLastSwitch <= kFlipMinutes;
                 stResult.flips += stChange.flip ? 1 : 0;
                 nLastSwitch = nAt;
                 bSwitchedBefore = true;
                 stResult.changes.push_back(stChange);
             }
-            const int nHeld = std::min(p_stSpec.stepMinutes, p_stSpec.toMinute - nMinute);
+            const int nHeld = std::min(p_stRange.stepMinutes, p_stRange.toMinute - nMinute);
             stResult.minutesInScheme[stRecord.to] += nHeld;
             TimelineSample stSample;
             stSample.day = nDay;
@@ -147,16 +147,16 @@ std::string timelineJson(const TimelineResult& p_stResult) {
     for (const auto& entry : p_stResult.minutesInScheme) {
         jMinutes[std::to_string(entry.first)] = entry.second;
     }
-    const TimelineSpec& spec = p_stResult.spec;
+    const TimelineRange& range = p_stResult.range;
     json jSummary = {{"channel", p_stResult.channel},
-                     {"from", minuteText(spec.fromMinute)},
-                     {"to", minuteText(spec.toMinute)},
-                     {"days", spec.days},
-                     {"step_minutes", spec.stepMinutes},
-                     {"daynight_profile", spec.profile != nullptr},
+                     {"from", minuteText(range.fromMinute)},
+                     {"to", minuteText(range.toMinute)},
+                     {"days", range.days},
+                     {"step_minutes", range.stepMinutes},
+                     {"daynight_profile", range.profile != nullptr},
                      {"policy", tarnix::schemePolicyName(p_stResult.start.policy)},
                      {"start",
-                      {{"time", minuteText(spec.fromMinute)},
+                      {{"time", minuteText(range.fromMinute)},
                        {"scheme", p_stResult.start.to},
                        {"reason", tarnix::decisionReason(p_stResult.start)}}},
                      {"switches", p_stResult.changes.size()},
@@ -168,31 +168,31 @@ std::string timelineJson(const TimelineResult& p_stResult) {
 }
 
 void runTimeline(Session& p_objSession, const Options& p_stOptions) {
-    TimelineSpec stSpec;
-    stSpec.fromMinute = p_stOptions.fromMinute;
-    stSpec.toMinute = p_stOptions.toMinute;
-    stSpec.days = p_stOptions.days;
-    stSpec.stepMinutes = p_stOptions.stepMinutes;
-    if (stSpec.fromMinute >= stSpec.toMinute) {
-        usageError(format("--from %s must come before --to %s", minuteText(stSpec.fromMinute).c_str(),
-                          minuteText(stSpec.toMinute).c_str()));
+    TimelineRange stRange;
+    stRange.fromMinute = p_stOptions.fromMinute;
+    stRange.toMinute = p_stOptions.toMinute;
+    stRange.days = p_stOptions.days;
+    stRange.stepMinutes = p_stOptions.stepMinutes;
+    if (stRange.fromMinute >= stRange.toMinute) {
+        usageError(format("--from %s must come before --to %s", minuteText(stRange.fromMinute).c_str(),
+                          minuteText(stRange.toMinute).c_str()));
     }
     DayNightProfile objProfile;
     std::string strProfile;
     if (p_stOptions.has("daynight")) {
         strProfile = resolveFileArg(p_stOptions.dayNightFile, p_objSession.device().root());
         objProfile = DayNightProfile::read(strProfile);
-        stSpec.profile = &objProfile;
+        stRange.profile = &objProfile;
     }
 
-    const TimelineResult stResult = replayTimeline(p_objSession, stSpec);
+    const TimelineResult stResult = replayTimeline(p_objSession, stRange);
     const tarnix::DecisionRecord& stStart = stResult.start;
     say("timeline: channel %d, %s to %s in steps of %d min, %d day%s; policy %s%s; day/night %s",
-        stResult.channel, minuteText(stSpec.fromMinute).c_str(), minuteText(stSpec.toMinute).c_str(),
-        stSpec.stepMinutes, stSpec.days, stSpec.days == 1 ? "" : "s", tarnix::schemePolicyName(stStart.policy),
+        stResult.channel, minuteText(stRange.fromMinute).c_str(), minuteText(stRange.toMinute).c_str(),
+        stRange.stepMinutes, stRange.days, stRange.days == 1 ? "" : "s", tarnix::schemePolicyName(stStart.policy),
         stStart.lprDevice ? " (plate recognition)" : "",
-        stSpec.profile != nullptr ? ("from " + p_stOptions.dayNightFile).c_str() : "as the ISP reports it");
-    say("start %s scheme %d: %s", minuteText(stSpec.fromMinute).c_str(), stStart.to,
+        stRange.profile != nullptr ? ("from " + p_stOptions.dayNightFile).c_str() : "as the ISP reports it");
+    say("start %s scheme %d: %s", minuteText(stRange.fromMinute).c_str(), stStart.to,
         tarnix::decisionReason(stStart).c_str());
     for (const TimelineChange& stChange : stResult.changes) {
         say("%s", timelineChangeLine(stResult, stChange).c_str());

@@ -16,7 +16,8 @@ namespace sensorctl {
 // Switches closer than this to the switch before them are flips.
 constexpr int kFlipMinutes = 5;
 
-struct TimelineSpec {
+// What a replay covers: the minutes of each day, how many days, the step.
+struct TimelineRange {
     int fromMinute = 0;                       // first moment of each day
     int toMinute = 24 * 60;                   // end of each day's replay (not replayed)
     int days = 1;
@@ -41,7 +42,7 @@ struct TimelineSample {
 };
 
 struct TimelineResult {
-    TimelineSpec spec;
+    TimelineRange range;
     int channel = 1;
     tarnix::DecisionRecord start;        // the first moment's decision
     std::vector<TimelineChange> changes;
@@ -50,8 +51,8 @@ struct TimelineResult {
     size_t flips = 0;
 };
 
-// Replays the spec on the session's controller.
-TimelineResult replayTimeline(Session& p_objSession, const TimelineSpec& p_stSpec);
+// Replays the range on the session's controller.
+TimelineResult replayTimeline(Session& p_objSession, const TimelineRange& p_stRange);
 
 // "06:00 scheme 0 -> 1 (...): reason; keys ..." ("day 1 06:00 ..." over several days).
 std::string timelineChangeLine(const TimelineResult& p_stResult, const TimelineChange& p_stChange);
@@ -60,7 +61,7 @@ std::string timelineJson(const TimelineResult& p_stResult);
 // The chart as an SVG document: time across, scheme up, night shaded, switches marked.
 std::string timelineSvg(const TimelineResult& p_stResult);
 
-// The command: replays the options' spec and prints the changes and the summary.
+// The command: replays the options' range and prints the changes and the summary.
 void runTimeline(Session& p_objSession, const Options& p_stOptions);
 
 // "HH:MM" of a minute of the day (24:00 for the end of the day).

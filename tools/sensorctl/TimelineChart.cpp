@@ -30,13 +30,13 @@ std::string escapeXml(const std::string& p_strText) {
 // Places replayed moments on the chart.
 class ChartScale {
 public:
-    ChartScale(const TimelineSpec& p_stSpec, int p_nTopScheme)
-        : m_stSpec(p_stSpec), m_nTopScheme(p_nTopScheme),
-          m_dTotal(static_cast<double>(p_stSpec.days) * (p_stSpec.toMinute - p_stSpec.fromMinute)) {}
+    ChartScale(const TimelineRange& p_stRange, int p_nTopScheme)
+        : m_stRange(p_stRange), m_nTopScheme(p_nTopScheme),
+          m_dTotal(static_cast<double>(p_stRange.days) * (p_stRange.toMinute - p_stRange.fromMinute)) {}
     // x of a minute of a day.
     double x(int p_nDay, int p_nMinute) const {
-        const double dAt = static_cast<double>(p_nDay) * (m_stSpec.toMinute - m_stSpec.fromMinute) +
-                           (p_nMinute - m_stSpec.fromMinute);
+        const double dAt = static_cast<double>(p_nDay) * (m_stRange.toMinute - m_stRange.fromMinute) +
+                           (p_nMinute - m_stRange.fromMinute);
         return kLeft + kPlotWidth * dAt / m_dTotal;
     }
     // y of the middle of a scheme's row (the highest scheme on top).
@@ -44,7 +44,7 @@ public:
     double plotHeight() const { return (m_nTopScheme + 1) * kRowHeight; }
 
 private:
-    const TimelineSpec& m_stSpec;
+    const TimelineRange& m_stRange;
     int m_nTopScheme;
     double m_dTotal;
 };
@@ -52,12 +52,12 @@ private:
 } // namespace
 
 std::string timelineSvg(const TimelineResult& p_stResult) {
-    const TimelineSpec& spec = p_stResult.spec;
+    const TimelineRange& range = p_stResult.range;
     int nTop = std::max(0, p_stResult.start.to);
     for (const TimelineSample& stSample : p_stResult.samples) {
         nTop = std::max(nTop, stSample.scheme);
     }
-    const ChartScale objScale(spec, nTop);
+    const ChartScale objScale(range, nTop);
     const double dWidth = kLeft + kPlotWidth + kRight;
     const double dHeight = kTop + objScale.plotHeight() + kBottom;
     const double dBottom = kTop + objScale.plotHeight();
@@ -65,7 +65,7 @@ std::string timelineSvg(const TimelineResult& p_stResult) {
     // The moment after sample i (the end of the replay after the last).
     auto endX = [&](size_t i) {
         return i + 1 < samples.size() ? objScale.x(samples[i + 1].day, samples[i + 1].minute)
-                                      : objScale.x(spec.days - 1, spec.toMinute);
+                                      : objScale.x(range.days - 1, range.toMinute);
     };
 
     std::string svg = format("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
@@ -73,8 +73,8 @@ std::string timelineSvg(const TimelineResult& p_stResult) {
                              "viewBox=\"0 0 %.0f %.0f\" font-family=\"sans-serif\" font-size=\"11\">\n",
                              dWidth, dHeight, dWidth, dHeight);
     svg += format("<title>Schemes of channel %d, %s to %s, %d day%s</title>\n", p_stResult.channel,
-                  minuteText(spec.fromMinute).c_str(), minuteText(spec.toMinute).c_str(), spec.days,
-                  spec.days == 1 ? "" : "s");
+                  minuteText(range.fromMinute).c_str(), minuteText(range.toMinute).c_str(), range.days,
+                  range.days == 1 ? "" : "s");
     svg += format("<text x=\"%.0f\" y=\"20\" font-size=\"13\">Scheme in force, channel %d (%s policy%s)</text>\n",
                   kLeft, p_stResult.channel, tarnix::schemePolicyName(p_stResult.start.policy),
                   p_stResult.start.lprDevice ? ", plate recognition" : "");
@@ -109,23 +109,23 @@ std::string timelineSvg(const TimelineResult& p_stResult) {
     svg += "</g>\n";
 
     // Time axis: a tick every hour of a day's replay (every 6 hours over several days).
-    const int nTickEvery = spec.days > 1 ? 360 : 60;
+    const int nTickEvery = range.days > 1 ? 360 : 60;
     svg += "<g class=\"axis\" stroke=\"#888888\">\n";
     svg += format("<line x1=\"%.0f\" y1=\"%.0f\" x2=\"%.0f\" y2=\"%.0f\"/>\n", kLeft, dBottom, kLeft + kPlotWidth,
                   dBottom);
-    for (int d = 0; d < spec.days; ++d) {
-        for (int m = ((spec.fromMinute + nTickEvery - 1) / nTickEvery) * nTickEvery; m <= spec.toMinute;
+    for (int d = 0; d < range.days; ++d) {
+        for (int m = ((range.fromMinute + nTickEvery - 1) / nTickEvery) * nTickEvery; m <= range.toMinute;
              m += nTickEvery) {
-            if (d > 0 && m == spec.fromMinute) {
+            if (d > 0 && m == range.fromMinute) {
                 continue; // the end of the day before
             }
             const double dX = objScale.x(d, m);
-            const bool bLabel = spec.days > 1 || (m / 60) % 2 == 0;
+            const bool bLabel = range.days > 1 || (m / 60) % 2 == 0;
             svg += format("<line x1=\"%.2f\" y1=\"%.0f\" x2=\"%.2f\" y2=\"%.0f\"/>\n", dX, dBottom, dX, dBottom + 4);
             if (bLabel) {
                 svg += format("<text x=\"%.2f\" y=\"%.0f\" text-anchor=\"middle\" stroke=\"none\" "
                               "fill=\"#333333\">%s%s</text>\n",
-                              dX, dBottom + 16, spec.days > 1 ? format("d%d ", d).c_str() : "",
+                              dX, dBottom + 16, range.days > 1 ? format("d%d ", d).c_str() : "",
                               minuteText(m).c_str());
             }
         }
