@@ -140,10 +140,24 @@ void DecisionLog::add(DecisionRecord& p_stRecord) {
     keep(p_stRecord);
     if (m_pObserver != nullptr) {
         if (m_queQueued.size() >= kMaxQueued) {
-            m_queQueued.pop_front();
+            dropOneQueued();
         }
         m_queQueued.push_back(p_stRecord);
     }
+}
+
+// A full queue gives up its oldest record that did not switch: a burst of
+// postponed or held passes (a thread retrying while another owns the gate)
+// must not push out the switch a host is waiting for. Only a queue of
+// switches alone loses its oldest switch.
+void DecisionLog::dropOneQueued() {
+    for (auto it = m_queQueued.begin(); it != m_queQueued.end(); ++it) {
+        if (it->outcome != DecisionOutcome::Switched) {
+            m_queQueued.erase(it);
+            return;
+        }
+    }
+    m_queQueued.pop_front();
 }
 
 void DecisionLog::deliver() {

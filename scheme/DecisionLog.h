@@ -30,7 +30,8 @@ public:
     // Records the history keeps unless the host says otherwise, and at most.
     static const u32 kDefaultHistory = 256;
     static const u32 kMaxHistory = 65536;
-    // Records waiting for the observer at most; older ones are dropped.
+    // Records waiting for the observer at most; beyond it the oldest record
+    // that did not switch is dropped (switches go last).
     static const size_t kMaxQueued = 1024;
 
     // p_pOwner: the controller, for insideObserverOf().
@@ -69,6 +70,8 @@ private:
     // The history as a ring: m_nSize records from m_nHead on.
     void keep(const DecisionRecord& p_stRecord);
     void updateFlags();
+    // Makes room in the full queue (m_mutex held).
+    void dropOneQueued();
 
     const void* m_pOwner;
     mutable std::mutex m_mutex; // leaf lock: everything below
