@@ -1,6 +1,7 @@
 // Replaying moments of the device clock on a live controller.
 #include "tools/sensorctl/SchemeReplay.h"
 
+#include <chrono>
 #include <thread>
 
 #include "platform/ia_ioctrl.h"
@@ -16,6 +17,8 @@ namespace {
 constexpr double kQuietScale = 1.0;
 // A pass that could not get the controller is repeated this often at most.
 constexpr int kPassAttempts = 10000;
+// Pause before such a repeat.
+constexpr std::chrono::microseconds kRetryPause(200);
 
 } // namespace
 
@@ -96,7 +99,9 @@ void SchemeReplay::passOnThisThread() {
         if (bDecided) {
             break;
         }
-        std::this_thread::yield();
+        // The controller's thread owns the gate: give it time to finish
+        // rather than filling the record queue with postponed passes.
+        std::this_thread::sleep_for(kRetryPause);
     }
     platform::setTimeScale(kQuietScale);
 }
