@@ -33,15 +33,8 @@ SchemeReplay::SchemeReplay(Session& p_objSession) : m_objSession(p_objSession) {
     m_bDayNightKnown = ispsim::getValue(m_objSession.device().ispChannel(), IA_CMD_DN_STATE, m_nDayNightBefore);
     platform::setTimeScale(kQuietScale);
     if (m_nModeBefore != 0) {
-        // The moment the controller is at is decided first, as its own
-        // thread would have done by now on an idle machine: what the replay
-        // reports as before ("was") never depends on whether that thread
-        // got a pass in since the start.
-        passOnThisThread();
         ctl.setParamMode(0);
     }
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_vecRecords.clear();
 }
 
 SchemeReplay::~SchemeReplay() {

@@ -11,10 +11,6 @@
 // thread's one-second sleep. A controller whose switching the host has
 // suspended (mode 0) stays suspended: every pass then holds.
 //
-// Before the first moment, one pass decides at the clock the controller is
-// at, so the replay starts from the state the controller's own thread
-// reaches there, however busy the machine was since the start.
-//
 // At the end the mode, the time scale and the day/night state are put back
 // and the replay's observer is removed; the device clock is left to the
 // caller.
